@@ -1,0 +1,15 @@
+# The same target through clang, with mingw-w64's headers, runtime and linker.
+include(${CMAKE_CURRENT_LIST_DIR}/i686-w64-mingw32.cmake)
+set(CMAKE_C_COMPILER clang)
+set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_C_COMPILER_TARGET i686-w64-windows-gnu)
+set(CMAKE_CXX_COMPILER_TARGET i686-w64-windows-gnu)
+
+# Debian keeps the two thread flavours side by side; clang must be told which one to take.
+execute_process(COMMAND i686-w64-mingw32-g++-posix -print-libgcc-file-name
+                OUTPUT_VARIABLE gcc_library OUTPUT_STRIP_TRAILING_WHITESPACE)
+get_filename_component(gcc_folder ${gcc_library} DIRECTORY)
+set(CMAKE_CXX_STANDARD_INCLUDE_DIRECTORIES
+    ${gcc_folder}/include/c++ ${gcc_folder}/include/c++/i686-w64-mingw32 ${gcc_folder}/include/c++/backward)
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=/usr/bin/i686-w64-mingw32-ld -L${gcc_folder}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-fuse-ld=/usr/bin/i686-w64-mingw32-ld -L${gcc_folder}")

@@ -1,0 +1,13 @@
+# What every one of our own sources is compiled and linked with.
+add_library(orn32_flags INTERFACE)
+
+# Callers keep the stack aligned to 4 bytes only, so every entry realigns it before SSE code spills.
+target_compile_options(orn32_flags INTERFACE -msse2 -mfpmath=sse -mstackrealign
+                       -Wall -Wextra -Wconversion -Wshadow -Werror)
+target_compile_options(orn32_flags INTERFACE
+                       $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti -fno-strict-aliasing -Wold-style-cast>)
+target_compile_options(orn32_flags INTERFACE
+                       $<$<CONFIG:Debug>:-O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error>)
+target_compile_definitions(orn32_flags INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0501
+                           _WIN32_WINNT=0x0501)
+target_link_options(orn32_flags INTERFACE -static $<$<CONFIG:Release>:-s>)

@@ -1,0 +1,97 @@
+#include "core/memory.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "orn32.h"
+
+namespace orn32 {
+namespace {
+
+constexpr std::uint64_t largestBlock = 0x7FFFFFFF;
+
+void* __cdecl runtimeAlloc(UINT size) {
+    return std::malloc(size);
+}
+void* __cdecl runtimeCalloc(UINT count, UINT size) {
+    return std::calloc(count, size);
+}
+void __cdecl runtimeFree(void* block) {
+    std::free(block);
+}
+
+struct MemoryTable {
+    ornalloc alloc1;
+    ornalloc alloc2;
+    orncalloc calloc1;
+    orncalloc calloc2;
+    ornfree release;
+};
+
+constexpr MemoryTable runtimeTable = {runtimeAlloc, runtimeAlloc, runtimeCalloc, runtimeCalloc, runtimeFree};
+
+MemoryTable table = runtimeTable;
+bool useCallerFunctions = false;
+
+void* allocateGlobal(UINT size) {
+    const HGLOBAL handle = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, size);
+    if (!handle) return nullptr;
+    void* block = GlobalLock(handle);
+    if (!block) GlobalFree(handle);
+    return block;
+}
+
+void freeGlobal(void* block) {
+    GlobalUnlock(GlobalHandle(block));
+    GlobalFree(GlobalHandle(block));
+}
+
+}  // namespace
+
+void resetMemoryTable() {
+    table = runtimeTable;
+}
+
+void* allocateWork(MemoryEntry entry, std::uint64_t count, std::size_t size) noexcept {
+    if (count > largestBlock / size) return nullptr;
+    const UINT n = static_cast<UINT>(count);
+    switch (entry) {
+        case MemoryEntry::first:
+            return table.alloc1(n * size);
+        case MemoryEntry::second:
+            return table.alloc2(n * size);
+        case MemoryEntry::counted:
+            return table.calloc1(n, size);
+        default:
+            return table.calloc2(n, size);
+    }
+}
+
+void releaseWork(void* block) noexcept {
+    table.release(block);
+}
+
+void* allocateBlock(std::uint64_t size) noexcept {
+    if (size > largestBlock) return nullptr;
+    const UINT bytes = static_cast<UINT>(size);
+    if (!useCallerFunctions) return allocateGlobal(bytes);
+    void* block = table.alloc1(bytes);
+    if (block) std::memset(block, 0, bytes);
+    return block;
+}
+
+void freeBlock(void* block) noexcept {
+    if (useCallerFunctions)
+        table.release(block);
+    else
+        freeGlobal(block);
+}
+
+}  // namespace orn32
+
+extern "C" void ORNAPI InitializeLibrary(ornalloc alloc1, ornalloc alloc2, orncalloc calloc1,
+                                         orncalloc calloc2, ornfree release) {
+    using namespace orn32;
+    useCallerFunctions = alloc1 || alloc2 || calloc1 || calloc2 || release;
+    if (useCallerFunctions) table = {alloc1, alloc2, calloc1, calloc2, release};
+}

@@ -1,0 +1,254 @@
+/*
+ * orn32: load, save, convert, process and show pictures held as ordinary Windows bitmaps (DIBs).
+ *
+ * Plain C functions with the standard Windows calling convention, for any 32-bit Windows compiler and any
+ * language that can call a DLL. Link with liborn32.dll.a (MinGW), or load orn32.dll at run time: the exported
+ * names are undecorated.
+ *
+ * Every picture is described by an imgdes record that the caller owns. Most functions work on the record's
+ * image area (left, top, right, bottom: inclusive pixel coordinates, row 0 at the top of the picture) and
+ * return 0 or a negative result code; see the ERR_ names below. Nothing is ever thrown at the caller.
+ *
+ *     imgdes image;
+ *     BITMAPINFOHEADER info;
+ *     if (bmpinfo("in.bmp", &info) == 0
+ *         && allocimage(&image, info.biWidth, info.biHeight, info.biBitCount) == 0) {
+ *         loadbmp("in.bmp", &image);
+ *         savebmp("out.bmp", &image, 0);
+ *         freeimage(&image);
+ *     }
+ *
+ * Wide variants (name ending in W) take a UTF-16 file name and are otherwise like the narrow function. The
+ * frombuffer variants read from memory, the tobuffer variants hand back a new memory block (see
+ * "Memory" below).
+ */
+#ifndef ORN32_H
+#define ORN32_H
+
+#include <windows.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define ORNAPI __stdcall
+
+/* ---- Result codes ------------------------------------------------------------------------------------- */
+
+#define ERR_RANGE (-1)         /* image area or size out of range, or a needed pointer missing */
+#define ERR_WRITE (-3)         /* the output file could not be written whole (disk full) */
+#define ERR_OPEN (-4)          /* the input file or buffer could not be opened */
+#define ERR_ARGUMENT (-5)      /* a numeric argument outside its allowed range */
+#define ERR_UNSUPPORTED (-9)   /* a variant of the file format that is not handled */
+#define ERR_CREATE (-10)       /* the output file could not be created */
+#define ERR_COMPRESSED (-12)   /* the image's header says that its pixels are compressed */
+#define ERR_MEMORY (-14)       /* memory, a device context or a DIB section could not be had */
+#define ERR_NO_DATA (-15)      /* a JPEG stream without image data, or without a stored thumbnail */
+#define ERR_BAD_GIF (-17)      /* not a GIF, or nothing usable in its first frame */
+#define ERR_BITS (-26)         /* bits per pixel not supported by the operation */
+#define ERR_FORMAT (-27)       /* not a file of the expected format */
+#define ERR_BAD_BUFFER (-42)   /* the image's pixel buffer is not readable */
+#define ERR_BAD_JPEG (-43)     /* not a JPEG stream, or a variant that is not decoded */
+#define ERR_SOURCE_BUFFER (-52) /* an input buffer is not readable */
+#define ERR_LZW_CODE (-53)     /* GIF image data with string codes */
+#define ERR_TRUNCATED (-62)    /* compressed data ends or breaks before its end mark */
+#define ERR_PNG (-63)          /* any PNG failure; pnggeterror tells which */
+#define ERR_ZLIB (-64)         /* the deflate compressor failed while a PNG was written */
+#define ERR_THUMB_SIZE (-70)   /* a JPEG thumbnail does not fit into one segment */
+#define ERR_NO_FRAME (-71)     /* no such GIF frame, or no comment in the file */
+#define ERR_TOO_LARGE (-73)    /* image area of 65536 or more pixels in one direction */
+
+/* ---- The image record --------------------------------------------------------------------------------- */
+
+/*
+ * An image: a BITMAPINFOHEADER, its palette directly behind it, and bottom-up pixel rows padded to 4 bytes.
+ * Picture row y (0 = top) lies at bits + (header->biHeight - 1 - y) * rowbytes. 1-bit pixels are packed with
+ * the leftmost in the highest bit, 8-bit pixels are palette indices, 16-bit pixels are grey levels, 24-bit
+ * pixels are blue, green, red.
+ */
+typedef struct imgdes {
+    unsigned char *bits;      /* first byte of the pixel rows: the bottom row of the picture */
+    UINT left;                /* the image area, inclusive on all sides */
+    UINT top;
+    UINT right;
+    UINT bottom;
+    UINT rowbytes;            /* bytes per row: ((width * bits per pixel + 31) & ~31) / 8 */
+    RGBQUAD *palette;         /* the palette, directly behind the header */
+    int palcolors;            /* palette entries in use */
+    UINT imgkind;             /* bit 0: greyscale; 1 for a 16-bit image */
+    BITMAPINFOHEADER *header; /* start of the image block */
+    HBITMAP hbitmap;          /* DIB section that owns the pixel rows, or 0 */
+} imgdes;
+
+/* ---- Image model -------------------------------------------------------------------------------------- */
+
+/*
+ * Allocates an image and describes it in *image, its area the whole picture. Pixels are 0; 1- and 8-bit images
+ * get a grey palette. The pixel rows go into a DIB section (hbitmap), which GDI can draw from, except on systems
+ * older than Windows NT 3.5.
+ *   width, height  in pixels, 1 or more
+ *   bits           1, 8, 16 (grey) or 24; 4 is taken as 8
+ * Free with freeimage. On failure the record is cleared.
+ * Returns 0, ERR_BITS, ERR_RANGE (zero width or height; null record), ERR_MEMORY.
+ */
+int ORNAPI allocimage(imgdes *image, UINT width, UINT height, UINT bits);
+
+/* Like allocimage, but header, palette and rows always share one block: a packed DIB for other programs. */
+int ORNAPI allocDIB(imgdes *image, UINT width, UINT height, UINT bits);
+
+/*
+ * Releases an image of allocimage or allocDIB and clears the record. A record whose header is not readable is
+ * left as it is. Install no other memory functions between allocating and freeing an image.
+ */
+void ORNAPI freeimage(imgdes *image);
+
+/* Copies the whole record; the pixels are shared, not copied, and must be freed through one record only. */
+void ORNAPI copyimgdes(const imgdes *source, imgdes *destination);
+
+/* Sets every field of the record to 0. */
+void ORNAPI zeroimgdes(imgdes *image);
+
+/*
+ * Describes a packed DIB (header, palette, bottom-up rows in one block) without copying it. Its palette holds
+ * biClrUsed entries, or 2 to the power of the bit count where that is 0 (none from 16 bits up).
+ * Returns 0, ERR_BITS (4 bits per pixel), ERR_COMPRESSED; on failure only the header field is set.
+ */
+int ORNAPI setupimgdes(BITMAPINFOHEADER *header, imgdes *image);
+
+/* Stores the four values as the image area, inclusive pixel coordinates, unchecked. */
+void ORNAPI setimagearea(imgdes *image, UINT left, UINT top, UINT right, UINT bottom);
+
+/* Copies the image area to a RECT, and back. The right and bottom edges stay inclusive, unlike GDI's. */
+void ORNAPI imageareatorect(const imgdes *image, RECT *rect);
+void ORNAPI recttoimagearea(const RECT *rect, imgdes *image);
+
+/*
+ * The argument check that nearly every operation runs first: checkrange_ allows 8 and 24 bits per pixel,
+ * checkrange1_ also 1, checkrange16_ also 1 and 16. Swapped edges are put right in the caller's record.
+ * Images are at most 32768 pixels wide and high (1-bit: 65535 wide).
+ * Returns 0, ERR_BAD_BUFFER (pixels not readable), ERR_RANGE, ERR_COMPRESSED, ERR_BITS, in this order.
+ */
+int ORNAPI checkrange_(imgdes *image);
+int ORNAPI checkrange1_(imgdes *image);
+int ORNAPI checkrange16_(imgdes *image);
+
+/*
+ * Gives a 1- or 8-bit image the grey palette from black to white, sets palcolors and the grey mark, and
+ * updates a DIB section's colours. A 16-bit image only gets its grey mark; 24-bit images are left alone.
+ */
+void ORNAPI CreateDefaultPalette_(imgdes *image);
+
+/* 1 if the palette is exactly the default grey one for the bit count (or a marked 16-bit image), else 0. */
+int ORNAPI isgrayscaleimage(const imgdes *image);
+
+/* Copies the palette into the DIB section's colour table, if there is one. Returns 0 or ERR_MEMORY. */
+int ORNAPI updatebitmapcolortable(imgdes *image);
+
+/*
+ * Fill the palette of an 8-bit image with the system's 16 standard colours, or with its halftone palette.
+ * Reserved bytes, further entries and biClrUsed stay as they are; never more entries than the image has room
+ * for. Return the number of entries written, which becomes palcolors; 0 if the image is not 8-bit.
+ */
+int ORNAPI defaultpalette(imgdes *image);
+int ORNAPI standardpalette(imgdes *image);
+
+/* ---- Copy --------------------------------------------------------------------------------------------- */
+
+/*
+ * Copies pixels between the areas of two images of the same bit count (1, 8 or 24), from the top-left corner of
+ * both, as many rows and columns as both have; then the palette. The areas may overlap within one image.
+ * Nothing outside the destination's area changes.
+ * Returns 0, ERR_BAD_BUFFER, ERR_RANGE, ERR_COMPRESSED, ERR_BITS (not 1, 8, 24, or not the same), ERR_MEMORY.
+ */
+int ORNAPI copyimage(imgdes *source, imgdes *destination);
+
+/* Like copyimage, but without the palette. */
+int ORNAPI copyimagebits(imgdes *source, imgdes *destination);
+
+/*
+ * Copies the palette only, with its count and grey mark, and updates a DIB section's colours. Nothing happens
+ * unless both images have a palette and at most 8 bits. At most as many entries as the destination's header
+ * counts. Returns 0.
+ */
+int ORNAPI copyimagepalette(const imgdes *source, imgdes *destination);
+
+/* ---- Memory, versions --------------------------------------------------------------------------------- */
+
+typedef void *(__cdecl *ornalloc)(UINT size);               /* a block of size bytes, or null */
+typedef void *(__cdecl *orncalloc)(UINT count, UINT size);  /* count * size bytes, all zero, or null */
+typedef void(__cdecl *ornfree)(void *block);
+
+/*
+ * Memory. Image blocks and the buffers of the tobuffer functions come from moveable global memory: release a
+ * buffer with GlobalFree(GlobalHandle(p)) after GlobalUnlock. Working memory comes from the C runtime.
+ * This call replaces all of it by five functions of the caller's: two allocations, two counted and cleared
+ * allocations, and the release of what any of the four gave; buffers are then released with the caller's own
+ * function. Five nulls switch images and buffers back to global memory, while working memory stays with the
+ * functions given last.
+ * Call it before any other thread uses the library, and not while images of the other kind are alive.
+ * The functions' blocks must also be fit for the C runtime's free(): the version queries release theirs so.
+ */
+void ORNAPI InitializeLibrary(ornalloc alloc1, ornalloc alloc2, orncalloc calloc1, orncalloc calloc2,
+                              ornfree release);
+
+/* The library's version, major << 8 | minor; 0 if its version resource cannot be read. */
+WORD ORNAPI Orrinversion(void);
+
+/* Like Orrinversion; words[0] gets the version, words[1] the build number, one decimal digit in 4 bits each. */
+WORD ORNAPI Orrinversionex(WORD words[2]);
+
+/* Like Orrinversion; copies the date text "Jun 17 2004, 16:33:13" with its terminator, 22 characters, or as
+ * many of them as size allows (then without a terminator). */
+WORD ORNAPI Orrinversiondate(char *buffer, int size);
+WORD ORNAPI OrrinversiondateW(WCHAR *buffer, int size);
+
+/* Printing is not provided: does nothing and returns 0, whatever it is given. */
+int ORNAPI printimage(long a1, long a2, long a3, long a4, long a5, long a6, long a7);
+
+/* ---- BMP ---------------------------------------------------------------------------------------------- */
+
+/*
+ * Loads a Windows bitmap into the area of an allocated image: the file's bottom-left part, as many rows and
+ * columns as both have. The image's bit count must be the file's, with 4-bit files going into 8-bit images and
+ * 16- and 32-bit files into 24-bit ones. Also reads OS/2 headers, top-down files, RLE8 and RLE4 (no deltas) and
+ * bit fields. The palette, its count and the grey mark follow the file.
+ * A file that ends early gives 0 and leaves the rows it does not reach as they were.
+ * Returns 0, the codes of checkrange1_, ERR_OPEN, ERR_FORMAT (no bitmap), ERR_BITS (wrong image for this file),
+ * ERR_UNSUPPORTED (compression or bit count), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100
+ * bytes are not readable). Calls on several threads take turns.
+ */
+int ORNAPI loadbmp(const char *name, imgdes *image);
+int ORNAPI loadbmpW(const WCHAR *name, imgdes *image);
+int ORNAPI loadbmpfrombuffer(const void *buffer, imgdes *image);
+
+/*
+ * Reads a bitmap's palette into the caller's 256 entries. Returns the number of entries stored (0 for files of
+ * 16 bits and more), or ERR_SOURCE_BUFFER, ERR_OPEN, ERR_FORMAT, ERR_MEMORY.
+ */
+int ORNAPI loadbmppalette(const char *name, RGBQUAD *palette);
+int ORNAPI loadbmppaletteW(const WCHAR *name, RGBQUAD *palette);
+int ORNAPI loadbmppalettefrombuffer(const void *buffer, RGBQUAD *palette);
+
+/*
+ * Saves the area of a 1-, 8- or 24-bit image; rle not 0 writes run lengths (8-bit images only). A failed save
+ * leaves no file. The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure.
+ * Returns 0, the codes of checkrange1_, ERR_CREATE, ERR_UNSUPPORTED (rle on an image that is not 8-bit),
+ * ERR_WRITE (disk full), ERR_MEMORY.
+ */
+int ORNAPI savebmp(const char *name, imgdes *image, int rle);
+int ORNAPI savebmpW(const WCHAR *name, imgdes *image, int rle);
+int ORNAPI savebmptobuffer(void **buffer, imgdes *image, int rle);
+
+/*
+ * Reads a bitmap's header, with colour counts and image size filled in and the height made positive; OS/2
+ * headers are widened. Returns 0, ERR_SOURCE_BUFFER, ERR_OPEN, ERR_FORMAT.
+ */
+int ORNAPI bmpinfo(const char *name, BITMAPINFOHEADER *info);
+int ORNAPI bmpinfoW(const WCHAR *name, BITMAPINFOHEADER *info);
+int ORNAPI bmpinfofrombuffer(const void *buffer, BITMAPINFOHEADER *info);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ORN32_H */

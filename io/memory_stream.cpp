@@ -1,0 +1,199 @@
+#include "io/memory_stream.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "core/locks.h"
+#include "core/memory.h"
+#include "io/readable.h"
+#include "orn32.h"
+
+namespace orn32 {
+
+// Readability changes at page borders only, so one probed byte answers for its page, and memory that ends
+// costs a single fault.
+std::uint32_t readablePrefix(const void* p, std::uint32_t count) {
+    constexpr std::uintptr_t pageSize = 4096;
+    const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(p);
+    const std::uintptr_t end = start + count;
+    if (end < start) return readablePrefix(p, static_cast<std::uint32_t>(0 - start - 1));
+    for (std::uintptr_t at = start; at < end; at = (at | (pageSize - 1)) + 1)
+        if (IsBadHugeReadPtr(reinterpret_cast<const void*>(at), 1))
+            return static_cast<std::uint32_t>(at - start);
+    return count;
+}
+
+namespace memory_stream {
+namespace {
+
+struct InputSlot {
+    std::uint32_t id;  // slot index + 1, 0 when free
+    const std::uint8_t* base;
+    std::uint32_t position;
+};
+
+struct Chunk {
+    std::uint8_t* data;  // null where its memory could not be had
+    std::uint32_t length;
+    std::uint32_t offset;
+    Chunk* next;
+    Chunk* previous;
+};
+
+struct OutputSlot {
+    std::uint32_t id;
+    std::uint32_t size;  // the highest offset ever written to
+    std::uint32_t chunkcount;
+    Chunk* firstchunk;
+    Chunk* lastchunk;
+    std::uint32_t position;
+};
+
+InputSlot inputs[slotCount];
+OutputSlot outputs[slotCount];
+
+template <class Slot>
+HANDLE takeSlot(Slot (&slots)[slotCount]) {
+    const ModuleLock lock(Module::streams);
+    for (std::uint32_t i = 0; i < slotCount; i++) {
+        if (slots[i].id) continue;
+        slots[i] = {};
+        slots[i].id = i + 1;
+        return reinterpret_cast<HANDLE>(std::uintptr_t{i + 1});
+    }
+    return INVALID_HANDLE_VALUE;
+}
+
+template <class Slot>
+Slot* slotOf(Slot (&slots)[slotCount], HANDLE handle) {
+    const std::uintptr_t number = reinterpret_cast<std::uintptr_t>(handle);
+    return number >= 1 && number <= slotCount ? &slots[number - 1] : nullptr;
+}
+
+std::uint32_t blockSize(const std::uint8_t* base) {
+    if (!base) return 0;
+    const HGLOBAL handle = GlobalHandle(base);
+    return handle ? static_cast<std::uint32_t>(GlobalSize(handle)) : 0;
+}
+
+// The list of chunks is circular: the first one's previous is the last.
+void link(OutputSlot& slot, Chunk* chunk) {
+    if (!slot.firstchunk) slot.firstchunk = slot.lastchunk = chunk;
+    chunk->previous = slot.lastchunk;
+    chunk->next = slot.firstchunk;
+    slot.lastchunk->next = chunk;
+    slot.firstchunk->previous = chunk;
+    slot.lastchunk = chunk;
+    slot.chunkcount++;
+}
+
+// Calls visit(chunk) for every chunk in the order written; a visited chunk may be released.
+template <class Visit>
+void forEachChunk(const OutputSlot& slot, Visit visit) {
+    Chunk* chunk = slot.firstchunk;
+    for (std::uint32_t n = slot.chunkcount; n > 0; n--) {
+        Chunk* next = chunk->next;
+        visit(chunk);
+        chunk = next;
+    }
+}
+
+}  // namespace
+
+HANDLE openInput(const void* buffer, DWORD access) {
+    if (access != GENERIC_READ) return INVALID_HANDLE_VALUE;
+    const HANDLE handle = takeSlot(inputs);
+    if (InputSlot* slot = slotOf(inputs, handle)) slot->base = static_cast<const std::uint8_t*>(buffer);
+    return handle;
+}
+
+BOOL WINAPI read(HANDLE handle, void* destination, DWORD count, DWORD* bytesRead, OVERLAPPED*) {
+    *bytesRead = 0;
+    InputSlot* slot = slotOf(inputs, handle);
+    if (!slot) return FALSE;
+    const std::uint8_t* p = slot->base + slot->position;
+    if (p < slot->base) return TRUE;  // a position beyond the address space, or before the buffer
+    const std::uint32_t n = readablePrefix(p, count);
+    std::memcpy(destination, p, n);
+    slot->position += n;
+    *bytesRead = n;
+    return TRUE;
+}
+
+DWORD WINAPI seekInput(HANDLE handle, LONG distance, LONG*, DWORD method) {
+    InputSlot* slot = slotOf(inputs, handle);
+    if (!slot) return INVALID_SET_FILE_POINTER;
+    const std::uint32_t by = static_cast<std::uint32_t>(distance);
+    if (method == FILE_BEGIN) slot->position = by;
+    if (method == FILE_CURRENT) slot->position += by;
+    if (method == FILE_END) slot->position = blockSize(slot->base) + by;
+    return slot->position;
+}
+
+BOOL WINAPI closeInput(HANDLE handle) {
+    InputSlot* slot = slotOf(inputs, handle);
+    if (!slot) return FALSE;
+    slot->id = 0;
+    return TRUE;
+}
+
+HANDLE openOutput() {
+    return takeSlot(outputs);
+}
+
+// A chunk whose data could not be kept stays in the list, but the write has failed: better no buffer than one
+// with a hole.
+BOOL WINAPI write(HANDLE handle, const void* source, DWORD count, DWORD* bytesWritten, OVERLAPPED*) {
+    *bytesWritten = 0;
+    OutputSlot* slot = slotOf(outputs, handle);
+    if (!slot) return FALSE;
+    Chunk* chunk = static_cast<Chunk*>(allocateWork(MemoryEntry::counted, 1, sizeof(Chunk)));
+    if (!chunk) return FALSE;
+    link(*slot, chunk);
+    if (count > 0) {
+        chunk->data = static_cast<std::uint8_t*>(allocateWork(MemoryEntry::counted, count, 1));
+        if (!chunk->data) return FALSE;
+        std::memcpy(chunk->data, source, count);
+    }
+    chunk->length = count;
+    chunk->offset = slot->position;
+    slot->position += count;
+    if (slot->position > slot->size) slot->size = slot->position;
+    *bytesWritten = count;
+    return TRUE;
+}
+
+DWORD WINAPI seekOutput(HANDLE handle, LONG distance, LONG*, DWORD method) {
+    OutputSlot* slot = slotOf(outputs, handle);
+    if (!slot) return INVALID_SET_FILE_POINTER;
+    const std::uint32_t by = static_cast<std::uint32_t>(distance);
+    if (method == FILE_BEGIN) slot->position = by;
+    if (method == FILE_CURRENT) slot->position += by;
+    return slot->position;
+}
+
+int finishOutput(HANDLE handle, void** result) {
+    OutputSlot* slot = slotOf(outputs, handle);
+    if (!slot || slot->size == 0) return ERR_MEMORY;
+    std::uint8_t* buffer = static_cast<std::uint8_t*>(allocateBlock(slot->size));
+    if (!buffer) return ERR_MEMORY;
+    forEachChunk(*slot, [&](const Chunk* chunk) {
+        if (chunk->data) std::memcpy(buffer + chunk->offset, chunk->data, chunk->length);
+    });
+    *result = buffer;
+    return 0;
+}
+
+BOOL WINAPI closeOutput(HANDLE handle) {
+    OutputSlot* slot = slotOf(outputs, handle);
+    if (!slot) return FALSE;
+    forEachChunk(*slot, [](Chunk* chunk) {
+        if (chunk->data) releaseWork(chunk->data);
+        releaseWork(chunk);
+    });
+    slot->id = 0;
+    return TRUE;
+}
+
+}  // namespace memory_stream
+}  // namespace orn32

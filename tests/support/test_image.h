@@ -1,0 +1,104 @@
+// Images for tests: packed DIBs or DIB sections that free themselves, pixels by picture coordinates.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "orn32.h"
+#include "tests/support/random.h"
+
+namespace test {
+
+struct Colour {
+    std::uint8_t blue, green, red;
+    bool operator==(const Colour&) const = default;
+};
+
+class TestImage {
+ public:
+    TestImage(unsigned width, unsigned height, unsigned bits, bool dibSection = false) {
+        code_ = dibSection ? allocimage(&image, width, height, bits) : allocDIB(&image, width, height, bits);
+    }
+    ~TestImage() {
+        if (code_ == 0) freeimage(&image);
+    }
+    TestImage(const TestImage&) = delete;
+    TestImage& operator=(const TestImage&) = delete;
+
+    operator imgdes*() { return &image; }
+    imgdes* operator->() { return &image; }
+
+    int width() const { return static_cast<int>(image.header->biWidth); }
+    int height() const { return static_cast<int>(image.header->biHeight); }
+    unsigned bitsPerPixel() const { return image.header->biBitCount; }
+
+    std::uint8_t* row(int y) const {
+        return image.bits + image.rowbytes * static_cast<unsigned>(height() - 1 - y);
+    }
+
+    // A pixel as a number: bit, index, 16-bit grey, or blue | green << 8 | red << 16.
+    unsigned pixel(int x, int y) const {
+        const std::uint8_t* p = row(y);
+        switch (bitsPerPixel()) {
+            case 1:
+                return p[x / 8] >> (7 - x % 8) & 1;
+            case 8:
+                return p[x];
+            case 16:
+                return p[2 * x] | p[2 * x + 1] << 8;
+            default:
+                return p[3 * x] | p[3 * x + 1] << 8 | p[3 * x + 2] << 16;
+        }
+    }
+    void setPixel(int x, int y, unsigned value) {
+        std::uint8_t* p = row(y);
+        switch (bitsPerPixel()) {
+            case 1:
+                p[x / 8] =
+                    static_cast<std::uint8_t>((p[x / 8] & ~(0x80 >> x % 8)) | (value ? 0x80 >> x % 8 : 0));
+                break;
+            case 8:
+                p[x] = static_cast<std::uint8_t>(value);
+                break;
+            default:
+                for (unsigned i = 0, n = bitsPerPixel() / 8; i < n; i++)
+                    p[static_cast<unsigned>(x) * n + i] = static_cast<std::uint8_t>(value >> 8 * i);
+        }
+    }
+
+    // Random bytes everywhere, row padding included.
+    void randomise(Random& random) {
+        for (unsigned i = 0; i < image.header->biSizeImage; i++) image.bits[i] = random.byte();
+    }
+    void randomisePalette(Random& random) {
+        for (int i = 0; i < image.palcolors; i++)
+            image.palette[i] = {random.byte(), random.byte(), random.byte(), 0};
+        image.imgkind &= ~1u;
+    }
+    // A random area inside the picture.
+    void randomArea(Random& random) {
+        image.left = random.below(static_cast<unsigned>(width()));
+        image.right = image.left + random.below(static_cast<unsigned>(width()) - image.left);
+        image.top = random.below(static_cast<unsigned>(height()));
+        image.bottom = image.top + random.below(static_cast<unsigned>(height()) - image.top);
+    }
+    int areaWidth() const { return static_cast<int>(image.right - image.left) + 1; }
+    int areaHeight() const { return static_cast<int>(image.bottom - image.top) + 1; }
+    std::string describe() const {
+        return std::to_string(width()) + "x" + std::to_string(height()) + "x" +
+               std::to_string(bitsPerPixel()) + " area " + std::to_string(image.left) + "," +
+               std::to_string(image.top) + "," + std::to_string(image.right) + "," +
+               std::to_string(image.bottom);
+    }
+    // All bytes of the pixel rows, for comparing what must not change.
+    std::vector<std::uint8_t> bytes() const { return {image.bits, image.bits + image.header->biSizeImage}; }
+
+    imgdes image;
+
+ private:
+    int code_;
+};
+
+}  // namespace test
