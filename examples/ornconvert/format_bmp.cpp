@@ -1,5 +1,7 @@
 // BMP: Windows and OS/2 bitmaps.
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "console.h"
 #include "files.h"
@@ -63,9 +65,11 @@ void info(const std::wstring& file, InfoList& list) {
 
 // ---- Load -----------------------------------------------------------------------------------------------
 
+constexpr WORD fileBits[] = {1, 4, 8, 16, 24, 32};
+
 // The bits per pixel of the image that a file is loaded into.
-unsigned imageBits(unsigned fileBits) {
-    return fileBits == 16 || fileBits == 32 ? 24 : fileBits;
+unsigned imageBits(unsigned bits) {
+    return bits == 16 || bits == 32 ? 24 : bits;
 }
 
 // The library loads what is there of a file that ends early, and says no word. Where the pixels begin stands
@@ -85,6 +89,8 @@ void warnIfCut(const std::wstring& file, const BITMAPINFOHEADER& header) {
 
 std::vector<Picture> load(const std::wstring& file) {
     const BITMAPINFOHEADER header = headerOf(file);
+    if (std::ranges::find(fileBits, header.biBitCount) == std::end(fileBits))
+        throw Failure{text(L"a bitmap of ", header.biBitCount, L" bits per pixel cannot be read")};
     Picture picture(header.biWidth, header.biHeight, imageBits(header.biBitCount));
     check(loadbmpW(file.c_str(), picture.image()));
     picture.header().biXPelsPerMeter = header.biXPelsPerMeter;

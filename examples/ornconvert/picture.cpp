@@ -8,7 +8,7 @@ namespace {
 
 imgdes allocated(long width, long height, unsigned bits) {
     const std::wstring size = text(L"a picture of ", width, L" x ", height, L" pixels: ");
-    if (width < 1 || height < 1) throw Failure{size + L"there is nothing to convert"};
+    if (width < 1 || height < 1) throw Failure{size + L"no picture has such a size"};
     imgdes image;
     int code = allocimage(&image, static_cast<UINT>(width), static_cast<UINT>(height), bits);
     if (code == 0) code = checkrange16_(&image);
