@@ -9,6 +9,7 @@
 #include "depth.h"
 #include "files.h"
 #include "formats.h"
+#include "interrupt.h"
 #include "messages.h"
 
 namespace ornconvert {
@@ -140,11 +141,15 @@ class Converter {
 
     // The pictures of an input, loaded and changed. What the options ask for is checked before any work.
     std::vector<Picture> read(const std::wstring& file, const Format& format, const Format& outputFormat) {
+        stopIfInterrupted();
         applyLoadOptions(job_, format);
         applySaveOptions(job_, outputFormat);
         std::vector<Picture> pictures = format.load(file);
         for (Picture& picture : pictures)
-            for (const Operation& operation : job_.operations) operation(picture);
+            for (const Operation& operation : job_.operations) {
+                stopIfInterrupted();
+                operation(picture);
+            }
         return pictures;
     }
 
@@ -158,10 +163,9 @@ class Converter {
     static void save(const OutputFile& file, const Format& format, std::span<Picture> pictures,
                      Place& place) {
         for (Picture& picture : pictures) {
-            concerning(file.name(), [&] {
-                fitDepth(picture, format.depths);
-                format.save(file.temporaryName(), picture, place);
-            });
+            stopIfInterrupted();
+            fitDepth(picture, format.depths);
+            concerning(file.name(), [&] { format.save(file.temporaryName(), picture, place); });
             place.index++;
         }
     }

@@ -3,8 +3,7 @@
 
 #include <windows.h>
 
-#include <atomic>
-
+#include "interrupt.h"
 #include "messages.h"
 
 namespace ornconvert {
@@ -12,9 +11,9 @@ namespace {
 
 class FileHandle {
  public:
-    FileHandle(const std::wstring& name, DWORD access, DWORD disposition)
+    FileHandle(const std::wstring& name, DWORD access, DWORD disposition, DWORD flags = FILE_ATTRIBUTE_NORMAL)
         : handle_(CreateFileW(name.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                              nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+                              nullptr, disposition, flags, nullptr)) {}
     ~FileHandle() {
         if (*this) CloseHandle(handle_);
     }
@@ -31,21 +30,13 @@ class FileHandle {
     throw Failure{text(attempt, L": ", systemErrorInWords(error)), file};
 }
 
-// The unfinished file, for the handler of Ctrl-C, which runs on a thread of its own.
-std::atomic<const wchar_t*> unfinished = nullptr;
-
-BOOL WINAPI removeUnfinished(DWORD) {
-    if (const wchar_t* name = unfinished) DeleteFileW(name);
-    return FALSE;
-}
-
-// Creates an empty file of a new name. Process numbers are not unique on a disk that machines share, so taken
-// names are tried again.
-std::wstring createTemporary(const std::wstring& folder) {
+// A name that no file of the folder has, proved by creating one. It is gone again, as appending to a file
+// that is there differs from creating it. Process numbers are not unique on a disk that machines share.
+std::wstring freeName(const std::wstring& folder) {
     const DWORD process = GetCurrentProcessId();
     for (DWORD attempt = GetTickCount();; attempt++) {
         const std::wstring name = text(folder, L"ornconvert-", process, L"-", attempt, L".tmp");
-        if (FileHandle(name, GENERIC_WRITE, CREATE_NEW)) return name;
+        if (FileHandle(name, GENERIC_WRITE, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE)) return name;
         const DWORD error = GetLastError();
         if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS)
             failForSystemError(L"no file can be created in its folder", error);
@@ -71,10 +62,6 @@ bool sameName(const std::wstring& a, const std::wstring& b) {
 
 bool endsInSlash(const std::wstring& name) {
     return !name.empty() && (name.back() == L'/' || name.back() == L'\\');
-}
-
-bool exists(const std::wstring& file) {
-    return GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 bool isFolder(const std::wstring& name) {
@@ -112,25 +99,21 @@ OutputFile::OutputFile(const std::wstring& name) : name_(name) {
     const FileHandle old(name, 0, OPEN_EXISTING);
     if (old && GetFileType(old.get()) != FILE_TYPE_DISK) throw Failure{L"this is not an ordinary file", name};
     try {
-        temporary_ = createTemporary(splitName(name).folder);
+        temporary_ = freeName(splitName(name).folder);
     } catch (Failure& failure) {
         failure.file = name;
         throw;
     }
-    static const BOOL installed = SetConsoleCtrlHandler(removeUnfinished, TRUE);
-    static_cast<void>(installed);
-    unfinished = temporary_.c_str();
 }
 
 OutputFile::~OutputFile() {
-    unfinished = nullptr;
     if (!temporary_.empty()) DeleteFileW(temporary_.c_str());
 }
 
 void OutputFile::finish() {
+    stopIfInterrupted();
     if (!MoveFileExW(temporary_.c_str(), name_.c_str(), MOVEFILE_REPLACE_EXISTING))
         failForSystemError(L"the finished file cannot take its place", GetLastError(), name_);
-    unfinished = nullptr;
     temporary_.clear();
 }
 

@@ -14,7 +14,6 @@ NameParts splitName(const std::wstring& file);
 
 bool sameName(const std::wstring& a, const std::wstring& b);  // as Windows compares file names: case aside
 bool endsInSlash(const std::wstring& name);
-bool exists(const std::wstring& file);
 bool isFolder(const std::wstring& name);
 void createFolder(const std::wstring& name);  // unless it is there; throws a Failure
 

@@ -3,6 +3,7 @@
 
 #include "console.h"
 #include "convert.h"
+#include "interrupt.h"
 #include "messages.h"
 #include "options.h"
 #include "orn32.h"
@@ -43,12 +44,16 @@ bool run(Job& job) {
 }
 
 int runCommandLine(std::span<const wchar_t* const> arguments) {
+    watchForInterrupt();
     try {
         Job job = parseCommandLine(arguments);
         return run(job) ? allWell : somethingFailed;
     } catch (const UsageError& error) {
         complain(error.words + L"\nornconvert --help tells how it is used.");
         return badCommandLine;
+    } catch (const Interrupted&) {
+        complain(L"interrupted");
+        return somethingFailed;
     } catch (const std::bad_alloc&) {
         complain(L"there is not enough memory");
         return somethingFailed;

@@ -56,8 +56,8 @@ void apply(const Option& option, Job& job, const std::wstring& argument) {
     }
 }
 
-bool argumentMayLack(const Option& option) {
-    return !option.argument || option.argument[0] == L'[';
+bool needsArgument(const Option& option) {
+    return option.argument && option.argument[0] != L'[';
 }
 
 class Parser {
@@ -93,7 +93,7 @@ class Parser {
         if (equals != std::wstring::npos) {
             if (!option->argument) throw UsageError{name + L" takes no value"};
             argument = word.substr(equals + 1);
-        } else if (!argumentMayLack(*option)) {
+        } else if (needsArgument(*option)) {
             if (at_ == arguments_.size()) throw UsageError{text(name, L" needs a value: ", option->argument)};
             argument = arguments_[at_++];
         }
@@ -114,7 +114,10 @@ constexpr std::size_t helpColumn = 26;
 
 std::wstring optionHelp(const Option& option) {
     std::wstring left = text(L"  ", option.name);
-    if (option.argument) left += (option.argument[0] == L'[' ? L"=" : L" ") + std::wstring(option.argument);
+    if (needsArgument(option))
+        left += text(L" ", option.argument);
+    else if (option.argument)
+        left += text(L"[=", option.argument + 1);
     const std::wstring indent = L"\n" + std::wstring(helpColumn, L' ');
     std::wstring lines =
         left.size() + 2 > helpColumn ? left + indent : left + std::wstring(helpColumn - left.size(), L' ');
@@ -135,11 +138,12 @@ using Options = std::span<const Option>;
 
 void applyFormatOptions(Job& job, const Format& format, Options Format::*wanted, Options Format::*other,
                         const wchar_t* action) {
-    for (const auto& [name, argument] : job.formatOptions) {
-        if (const Option* option = find(format.*wanted, name))
-            apply(*option, job, argument);
-        else if (std::ranges::none_of(formats(), [&](const Format* f) { return find(f->*other, name); }))
-            throw Failure{text(name, L" has no meaning when a ", format.name, L" file is ", action)};
+    for (const FormatOption& given : job.formatOptions) {
+        if (const Option* option = find(format.*wanted, given.name))
+            apply(*option, job, given.argument);
+        else if (std::ranges::none_of(formats(),
+                                      [&](const Format* f) { return find(f->*other, given.name); }))
+            throw Failure{text(given.name, L" has no meaning when a ", format.name, L" file is ", action)};
     }
 }
 

@@ -11,11 +11,12 @@ namespace ornconvert {
 
 struct Option {
     const wchar_t* name;      // L"--area"
-    const wchar_t* argument;  // its name in the help, null if there is none. In brackets, L"[SIZE]", it may
+    const wchar_t* argument;  // what the help calls it, null if there is none. In brackets, L"[SIZE]", it may
                               // be left out, and can then only be given as --name=VALUE
     const wchar_t* help;      // a line, or several separated by \n
-    void (*apply)(Job& job,
-                  const std::wstring& argument);  // throws a UsageError for an argument that is no good
+
+    // Notes what the option asks for; throws a UsageError for an argument that is no good.
+    void (*apply)(Job& job, const std::wstring& argument);
 };
 
 struct OptionGroup {
