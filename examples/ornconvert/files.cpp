@@ -30,16 +30,18 @@ class FileHandle {
     throw Failure{text(attempt, L": ", systemErrorInWords(error)), file};
 }
 
-// A name that no file of the folder has, proved by creating one. It is gone again, as appending to a file
-// that is there differs from creating it. Process numbers are not unique on a disk that machines share.
-std::wstring freeName(const std::wstring& folder) {
+// A name that no file has, in the folder of the given one, proved by creating such a file. It is gone again,
+// as appending to a file that is there differs from creating it. Process numbers are not unique on a disk
+// that machines share.
+std::wstring freeNameBeside(const std::wstring& file) {
+    const std::wstring folder = splitName(file).folder;
     const DWORD process = GetCurrentProcessId();
     for (DWORD attempt = GetTickCount();; attempt++) {
         const std::wstring name = text(folder, L"ornconvert-", process, L"-", attempt, L".tmp");
         if (FileHandle(name, GENERIC_WRITE, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE)) return name;
         const DWORD error = GetLastError();
         if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS)
-            failForSystemError(L"no file can be created in its folder", error);
+            failForSystemError(L"no file can be created in its folder", error, file);
     }
 }
 
@@ -98,12 +100,7 @@ OutputFile::OutputFile(const std::wstring& name) : name_(name) {
     // Renaming over a device or a pipe would replace it.
     const FileHandle old(name, 0, OPEN_EXISTING);
     if (old && GetFileType(old.get()) != FILE_TYPE_DISK) throw Failure{L"this is not an ordinary file", name};
-    try {
-        temporary_ = freeName(splitName(name).folder);
-    } catch (Failure& failure) {
-        failure.file = name;
-        throw;
-    }
+    temporary_ = freeNameBeside(name);
 }
 
 OutputFile::~OutputFile() {

@@ -8,9 +8,10 @@ export LC_ALL=C.UTF-8 # file names are UTF-8
 program=$(realpath "$1")
 corpus=$(realpath -m "$2")
 emulator=${3:-}
-folder=$(mktemp -d "${TMPDIR:-/tmp}/ornconvert test.XXXXXX")
-trap 'rm -rf "$folder"' EXIT
-cd "$folder" || exit 1
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/ornconvert test.XXXXXX")
+trap 'rm -rf "$scratch"' EXIT
+folder=$scratch/files # what the converter says goes elsewhere, so that this holds only what it writes
+mkdir "$folder" && cd "$folder" || exit 1
 
 failures=0
 checks=0
@@ -23,11 +24,10 @@ fail() {
 # Runs the converter; leaves $status, $output and $complaints.
 run() {
     checks=$((checks + 1))
-    $emulator "$program" "$@" >"$folder/../$$.out" 2>"$folder/../$$.err"
+    $emulator "$program" "$@" >"$scratch/out" 2>"$scratch/err"
     status=$?
-    output=$(tr -d '\r' <"$folder/../$$.out")
-    complaints=$(tr -d '\r' <"$folder/../$$.err")
-    rm -f "$folder/../$$.out" "$folder/../$$.err"
+    output=$(tr -d '\r' <"$scratch/out")
+    complaints=$(tr -d '\r' <"$scratch/err")
 }
 
 contents() { find . -type f -exec md5sum {} + | sort; find . | sort; }
