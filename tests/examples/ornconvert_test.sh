@@ -181,6 +181,23 @@ if [[ -n $emulator ]]; then
     large=$(ulimit -f 16; refuses 1 'old.bmp: not all of it could be written' large.bmp old.bmp)
     trap - XFSZ
     [[ -z $large ]] || fail "a full disk: $large"
+
+    # Interrupted in the midst of long work: what is there is whole, and the rest is not.
+    make_bmp huge.bmp 3000 2000 24 0 ''
+    truncate -s $((54 + 9000 * 2000)) huge.bmp
+    mkdir many
+    for i in {1..60}; do ln huge.bmp "many/$i.bmp"; done
+    checks=$((checks + 1))
+    $emulator "$program" many/*.bmp stopped 2>"$scratch/err" &
+    for ((i = 0; i < 500; i++)); do [[ -n $(ls stopped/*.bmp 2>/dev/null) ]] && break; sleep 0.02; done
+    kill -INT $!
+    wait $!
+    status=$?
+    done=$(ls stopped | wc -l)
+    ((status == 1 && done > 0 && done < 60)) || fail "interrupted: status $status, $done of 60 files"
+    [[ $(<"$scratch/err") == *interrupted* ]] || fail "interrupted: $(<"$scratch/err")"
+    for file in stopped/*; do cmp -s -i54 huge.bmp "$file" || fail "interrupted: $file is not whole"; done
+    rm -r many stopped huge.bmp
 fi
 
 # ---- The corpus, judged by ImageMagick --------------------------------------------------------------------------
