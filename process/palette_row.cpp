@@ -8,16 +8,6 @@
 namespace orn32 {
 namespace {
 
-// Bytes that may be read at an image's palette.
-std::size_t readablePaletteBytes(const imgdes& image) {
-    const auto start = reinterpret_cast<std::uintptr_t>(image.palette);
-    const auto rows = reinterpret_cast<std::uintptr_t>(image.bits);
-    const std::size_t entries = paletteRoom(image);
-    if (rows == start + entries * sizeof(RGBQUAD))
-        return rows - start + std::size_t{image.rowbytes} * static_cast<unsigned>(image.header->biHeight);
-    return std::max(entries, static_cast<std::size_t>(std::max(image.palcolors, 0))) * sizeof(RGBQUAD);
-}
-
 void storeColour(std::uint8_t* bgr, std::uint32_t colour) {
     bgr[0] = static_cast<std::uint8_t>(colour);
     bgr[1] = static_cast<std::uint8_t>(colour >> 8);
@@ -30,8 +20,19 @@ bool isColourPaletteImage(const imgdes* image) {
     return image && image->header && image->header->biBitCount == 8 && !(image->imgkind & greyMark);
 }
 
+unsigned paletteSlots(const imgdes& image) {
+    const auto start = reinterpret_cast<std::uintptr_t>(image.palette);
+    const auto rows = reinterpret_cast<std::uintptr_t>(image.bits);
+    std::size_t n = paletteRoom(image);
+    if (rows == start + n * sizeof(RGBQUAD))
+        n += std::size_t{image.rowbytes} * static_cast<unsigned>(image.header->biHeight) / sizeof(RGBQUAD);
+    else
+        n = std::max(n, static_cast<std::size_t>(std::max(image.palcolors, 0)));
+    return static_cast<unsigned>(std::min(n, std::size_t{PaletteTable::slots}));
+}
+
 PaletteTable::PaletteTable(const imgdes& image) {
-    std::memcpy(colour, image.palette, std::min(sizeof colour, readablePaletteBytes(image)));
+    std::memcpy(colour, image.palette, paletteSlots(image) * sizeof(RGBQUAD));
     for (auto& c : colour) c &= 0xFFFFFF;
 }
 

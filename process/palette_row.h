@@ -12,14 +12,19 @@ namespace orn32 {
 // for a record without a header, so that it may be asked before the range check.
 bool isColourPaletteImage(const imgdes* image);
 
-// The colours of all 256 indices. Indices are not limited by palcolors: every one reads its slot, also where
-// the slots of a packed DIB with a short palette lie in its pixel rows. Slots behind the image's end are
-// black.
+// How many palette entries of an 8-bit image can be read, at most 256. Pixels are not limited by palcolors:
+// every index reads its slot, also where the slots of a packed DIB with a short palette lie in its pixel
+// rows.
+unsigned paletteSlots(const imgdes& image);
+
+// The colours of all 256 indices; black where the image has no slot.
 struct PaletteTable {
+    static constexpr unsigned slots = 256;
+
     PaletteTable() = default;
     explicit PaletteTable(const imgdes& image);  // needs a palette
 
-    std::uint32_t colour[256] = {};  // blue | green << 8 | red << 16
+    std::uint32_t colour[slots] = {};  // blue | green << 8 | red << 16
 };
 
 // Writes 3 * count bytes.
