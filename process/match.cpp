@@ -24,15 +24,12 @@ class MatchCache {
     MatchCache() : indices_(MemoryEntry::counted, colourKeys) {}
     explicit operator bool() const { return static_cast<bool>(indices_); }
 
-    // bgr: blue | green << 8 | red << 16, and noise above.
-    template <class Search>
-    std::uint8_t index(std::uint32_t bgr, const Search& search) {
-        std::uint16_t& cell = indices_[colourKey(bgr)];
-        if (!cell) [[unlikely]] {
-            std::uint8_t pixel[sizeof bgr];
-            std::memcpy(pixel, &bgr, sizeof bgr);
-            cell = static_cast<std::uint16_t>(filled | search.nearest(pixel));
-        }
+    // pixel() gives the address of the pixel whose key it is.
+    template <class Search, class Pixel>
+    std::uint8_t index(unsigned key, const Search& search, Pixel pixel) {
+        std::uint16_t& cell = indices_[key];
+        if (!cell) [[unlikely]]
+            cell = static_cast<std::uint16_t>(filled | search.nearest(pixel()));
         return static_cast<std::uint8_t>(cell);
     }
 
@@ -66,19 +63,22 @@ struct Matching {
     }
 
  private:
+    // Not inlined: the loops over pixels need all registers.
     template <class Search>
-    void map(std::uint8_t* indices, const std::uint8_t* bgr, const Search& search) {
-        for (unsigned x = 0; x < size.width; x++, bgr += 3) {
-            std::uint32_t pixel;
-            std::memcpy(&pixel, bgr, sizeof pixel);
-            indices[x] = cache.index(pixel, search);
-        }
+    [[gnu::noinline]] void map(std::uint8_t* indices, const std::uint8_t* bgr, const Search& search) {
+        forEachKey(bgr, size.width, [&](unsigned x, unsigned key) {
+            indices[x] = cache.index(key, search, [=] { return bgr + std::size_t{3} * x; });
+        });
     }
     template <class Search>
-    void diffuse(std::uint8_t* indices, const std::uint8_t* current, std::uint8_t* below,
-                 const Search& search) {
+    [[gnu::noinline]] void diffuse(std::uint8_t* indices, const std::uint8_t* current, std::uint8_t* below,
+                                   const Search& search) {
         diffuseRow(current, below, size.width, [&](unsigned x, std::uint32_t bgr) {
-            const std::uint8_t index = cache.index(bgr, search);
+            std::uint8_t pixel[sizeof bgr];
+            const std::uint8_t index = cache.index(colourKey(bgr), search, [&] {
+                std::memcpy(pixel, &bgr, sizeof bgr);
+                return pixel;
+            });
             indices[x] = index;
             return PixelLanes(palette.colour[index]);
         });
