@@ -86,7 +86,7 @@ class Loader {
         const std::uint32_t length = rowBytes(last);
         std::uint64_t bytes = 0;
         for (std::uint32_t i = last.rows(height_), n = last.rows(info_.height); i < n; i++) {
-            if ((bytes += length) > mostCheckedBelow) return false;
+            if ((bytes += length + 1) > mostCheckedBelow) return false;
             rows_.next(length);
         }
         return true;
