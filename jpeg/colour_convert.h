@@ -15,7 +15,13 @@ struct YccRow {
 };
 
 // Converts a row of width pixels, 3 bytes each.
-void convertRow(const YccRow& to, const std::uint8_t* pixels, unsigned width);
+using ConvertRow = void (*)(const YccRow& to, const std::uint8_t* pixels, unsigned width);
+
+void convertRowSse2(const YccRow& to, const std::uint8_t* pixels, unsigned width);
+void convertRowAvx2(const YccRow& to, const std::uint8_t* pixels, unsigned width);
+
+// The faster of them that this processor can run.
+ConvertRow bestConvertRow();
 
 // The same for palette indices: every entry is converted once.
 class PaletteConverter {

@@ -64,7 +64,7 @@ void McuRow::convert(unsigned y, const YccRow& to) const {
     if (indexed_)
         palette_.convertRow(to, pixels, frame_.size.width);
     else
-        convertRow(to, pixels, frame_.size.width);
+        convertRow_(to, pixels, frame_.size.width);
     for (std::uint8_t* row : {to.y, to.cb, to.cr}) extend(row);
 }
 

@@ -37,6 +37,7 @@ class McuRow {
     AreaRows rows_;
     bool indexed_;
     PaletteConverter palette_;
+    ConvertRow convertRow_ = bestConvertRow();
     std::size_t width_;  // up to the end of the last MCU
     WorkArray<std::uint8_t> memory_;
     std::uint8_t* planes_[3];
