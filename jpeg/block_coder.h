@@ -4,6 +4,8 @@
 // coding procedure is written once, for any sink.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <bit>
 #include <cstdint>
 
@@ -18,8 +20,23 @@ struct NonzeroMask {
     std::uint32_t low, high;
 };
 
+// For each row in natural order and each pattern of its bits: the bits in zigzag order.
+struct ZigzagTable {
+    std::uint64_t bits[8][256];
+};
+extern const ZigzagTable zigzagTable;
+
 // From eight rows of bits in natural order to zigzag order.
-NonzeroMask inZigzagOrder(const std::uint8_t (&natural)[8]);
+inline NonzeroMask inZigzagOrder(const std::uint8_t (&natural)[8]) {
+    const auto row = [&](unsigned y) {
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&zigzagTable.bits[y][natural[y]]));
+    };
+    const auto rows = [&](unsigned y) { return _mm_or_si128(row(y), row(y + 1)); };
+    const __m128i sum = _mm_or_si128(_mm_or_si128(rows(0), rows(2)), _mm_or_si128(rows(4), rows(6)));
+    NonzeroMask mask;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&mask), sum);
+    return mask;
+}
 
 struct SymbolWriter {
     BitCursor& bits;

@@ -5,10 +5,9 @@
 
 namespace orn32::jpeg {
 
-void convertRowAvx2(const YccRow& to, const std::uint8_t* pixels, unsigned width) {
-    const unsigned done = ColourRows<Avx2>::convert(to, pixels, width);
+void convertRowsAvx2(const SampleRows& to, const PixelRows& from, unsigned width) {
+    ColourRows<Avx2>::convert(to, from, width);
     _mm256_zeroupper();
-    convertRowSse2({to.y + done, to.cb + done, to.cr + done}, pixels + 3 * done, width - done);
 }
 
 }  // namespace orn32::jpeg

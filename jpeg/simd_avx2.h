@@ -24,8 +24,13 @@ struct Avx2 {
         };
         return _mm256_inserti128_si256(_mm256_castsi128_si256(half(p)), half(p + apart), 1);
     }
-    static V load(const std::uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
     static void store(void* p, V v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+
+    static void storeLow64(std::uint8_t* p, V v) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(v));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 8), _mm256_extracti128_si256(v, 1));
+    }
+    static void storeHigh64(std::uint8_t* p, V v) { storeLow64(p, high64(v, v)); }
 
     static V add16(V a, V b) { return _mm256_add_epi16(a, b); }
     static V sub16(V a, V b) { return _mm256_sub_epi16(a, b); }

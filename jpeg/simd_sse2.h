@@ -15,11 +15,14 @@ struct Sse2 {
     static V all16(int x) { return _mm_set1_epi16(static_cast<short>(x)); }
     static V all32(int x) { return _mm_set1_epi32(x); }
 
-    // The same 16 bytes for every lane; 16 bytes for each lane, apart bytes from each other; all in a row.
+    // The same 16 bytes for every lane; 16 bytes for each lane, apart bytes from each other.
     static V loadForAll(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
     static V loadLanes(const std::uint8_t* p, unsigned /*apart*/) { return loadForAll(p); }
-    static V load(const std::uint8_t* p) { return loadForAll(p); }
     static void store(void* p, V v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
+
+    // The lower, or the upper, 8 bytes of every lane, one lane behind the other.
+    static void storeLow64(std::uint8_t* p, V v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
+    static void storeHigh64(std::uint8_t* p, V v) { storeLow64(p, high64(v, v)); }
 
     static V add16(V a, V b) { return _mm_add_epi16(a, b); }
     static V sub16(V a, V b) { return _mm_sub_epi16(a, b); }

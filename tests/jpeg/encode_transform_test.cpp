@@ -125,60 +125,70 @@ TEST(QuantisationTable, QualityIsClampedAndLowQualityNeedsSixteenBits) {
 
 namespace {
 
-std::vector<std::pair<const char*, ConvertRow>> conversions() {
-    std::vector<std::pair<const char*, ConvertRow>> all = {{"SSE2", convertRowSse2}};
-    if (hasAvx2()) all.push_back({"AVX2", convertRowAvx2});
+std::vector<std::pair<const char*, ConvertRows>> conversions() {
+    std::vector<std::pair<const char*, ConvertRows>> all = {{"SSE2", convertRowsSse2}};
+    if (hasAvx2()) all.push_back({"AVX2", convertRowsAvx2});
     return all;
 }
 
-bool convertedRight(const std::uint8_t* pixel, int y, int cb, int cr) {
+struct Ycc {
+    int y, cb, cr;
+};
+
+Ycc convertPlainly(const std::uint8_t* pixel) {
     const int b = pixel[0], g = pixel[1], r = pixel[2];
-    return y == (19595 * r + 38470 * g + 7471 * b + 32768) >> 16 &&
-           cb == (32768 * b - 21709 * g - 11059 * r + 8421375) >> 16 &&
-           cr == (32768 * r - 27439 * g - 5329 * b + 8421375) >> 16;
+    return {(19595 * r + 38470 * g + 7471 * b + 32768) >> 16,
+            (32768 * b - 21709 * g - 11059 * r + 8421375) >> 16,
+            (32768 * r - 27439 * g - 5329 * b + 8421375) >> 16};
 }
 
 }  // namespace
 
-TEST(ColourConversion, EqualsTheFormulaAtEveryWidthAndStaysInItsRows) {
+TEST(ColourConversion, EqualsTheFormulaAtEveryWidthAndRepeatsTheLastPixel) {
     Random random(2);
     for (const auto& [name, convert] : conversions()) {
         for (unsigned width = 1; width <= 111; width++) {
-            const GuardedBytes pixels(random.bytes(width * 3)), y(width), cb(width), cr(width);
-            convert({y.data(), cb.data(), cr.data()}, pixels.data(), width);
-            for (unsigned x = 0; x < width; x++)
-                ASSERT_TRUE(convertedRight(pixels.data() + 3 * x, y.data()[x], cb.data()[x], cr.data()[x]))
+            const GuardedBytes upper(random.bytes(width * 3)), lower(random.bytes(width * 3));
+            const unsigned padded = (width + 15) / 16 * 16, room = padded + sampleSlack;
+            const GuardedBytes upperY(room), lowerY(room), cb(room / 2), cr(room / 2);
+            convert({upperY.data(), lowerY.data(), cb.data(), cr.data()}, {upper.data(), lower.data()},
+                    width);
+            const auto at = [&](const GuardedBytes& row, unsigned x) {
+                return convertPlainly(row.data() + 3 * std::min(x, width - 1));
+            };
+            for (unsigned x = 0; x < padded; x++) {
+                ASSERT_EQ(upperY.data()[x], at(upper, x).y) << name << ", " << x << " of " << width;
+                ASSERT_EQ(lowerY.data()[x], at(lower, x).y) << name << ", " << x << " of " << width;
+            }
+            for (unsigned x = 0; x < padded / 2; x++) {
+                const Ycc a = at(upper, 2 * x), b = at(upper, 2 * x + 1), c = at(lower, 2 * x),
+                          d = at(lower, 2 * x + 1);
+                const int bias = x % 2 ? 2 : 1;
+                ASSERT_EQ(cb.data()[x], (a.cb + b.cb + c.cb + d.cb + bias) >> 2)
                     << name << ", " << x << " of " << width;
+                ASSERT_EQ(cr.data()[x], (a.cr + b.cr + c.cr + d.cr + bias) >> 2)
+                    << name << ", " << x << " of " << width;
+            }
         }
     }
 }
 
+// Four equal pixels have themselves as their mean.
 TEST(ColourConversion, EqualsTheFormulaForEveryColour) {
-    Bytes pixels(256 * 3), y(256), cb(256), cr(256);
+    Bytes pixels(512 * 3), y(512 + sampleSlack), cb(256 + sampleSlack), cr(256 + sampleSlack);
     for (const auto& [name, convert] : conversions()) {
         for (unsigned redGreen = 0; redGreen < 65536; redGreen++) {
-            for (unsigned b = 0; b < 256; b++) {
-                pixels[3 * b] = static_cast<std::uint8_t>(b);
-                pixels[3 * b + 1] = static_cast<std::uint8_t>(redGreen);
-                pixels[3 * b + 2] = static_cast<std::uint8_t>(redGreen >> 8);
+            for (unsigned i = 0; i < 512; i++) {
+                pixels[3 * i] = static_cast<std::uint8_t>(i / 2);
+                pixels[3 * i + 1] = static_cast<std::uint8_t>(redGreen);
+                pixels[3 * i + 2] = static_cast<std::uint8_t>(redGreen >> 8);
             }
-            convert({y.data(), cb.data(), cr.data()}, pixels.data(), 256);
-            for (unsigned b = 0; b < 256; b++)
-                if (!convertedRight(&pixels[3 * b], y[b], cb[b], cr[b]))
+            convert({y.data(), y.data(), cb.data(), cr.data()}, {pixels.data(), pixels.data()}, 512);
+            for (unsigned b = 0; b < 256; b++) {
+                const Ycc want = convertPlainly(&pixels[6 * b]);
+                if (y[2 * b] != want.y || cb[b] != want.cb || cr[b] != want.cr)
                     FAIL() << name << ", red and green " << std::hex << redGreen << " blue " << b;
-        }
-    }
-}
-
-TEST(HalveRows, MeansOfFourWithTheRoundingAlternating) {
-    Random random(3);
-    for (unsigned width = 16; width <= 112; width += 16) {
-        const GuardedBytes upper(random.bytes(width)), lower(random.bytes(width)), half(width / 2);
-        halveRows(half.data(), upper.data(), lower.data(), width);
-        for (unsigned x = 0; x < width / 2; x++) {
-            const int sum =
-                upper.data()[2 * x] + upper.data()[2 * x + 1] + lower.data()[2 * x] + lower.data()[2 * x + 1];
-            ASSERT_EQ(half.data()[x], (sum + (x % 2 ? 2 : 1)) / 4) << x << " of " << width;
+            }
         }
     }
 }
