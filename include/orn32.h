@@ -247,6 +247,18 @@ int ORNAPI bmpinfo(const char *name, BITMAPINFOHEADER *info);
 int ORNAPI bmpinfoW(const WCHAR *name, BITMAPINFOHEADER *info);
 int ORNAPI bmpinfofrombuffer(const void *buffer, BITMAPINFOHEADER *info);
 
+/* ---- JPEG reading -------------------------------------------------------------------------------------- */
+
+/*
+ * The reason behind the last failed JPEG call of the process, 0 if it had none of these:
+ *   -100 precision is not 8 bits      -101 data ends early             -104 reading failed
+ *   -105 bad Huffman code or table    -106 too many components, bad sampling factors, or a missing table
+ *   -107 more than 10 blocks per MCU  -109 not 1, 3 or 4 components    -110 frame type that is not decoded
+ *   -113 bad scan parameters          -114 output memory ran out       -115 writing failed
+ * A progressive picture that was cut behind its first scan loads with result 0 and leaves -101 here.
+ */
+int ORNAPI jpeggeterror(void);
+
 #ifdef __cplusplus
 }
 #endif
