@@ -8,6 +8,8 @@ target_compile_options(orn32_flags INTERFACE
                        $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti -fno-strict-aliasing -Wold-style-cast>)
 target_compile_options(orn32_flags INTERFACE
                        $<$<CONFIG:Debug>:-O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error>)
+# clang counts signedness among the conversions, gcc does not.
+target_compile_options(orn32_flags INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>)
 target_compile_definitions(orn32_flags INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0501
                            _WIN32_WINNT=0x0501)
 target_link_options(orn32_flags INTERFACE -static $<$<CONFIG:Release>:-s>)

@@ -45,7 +45,7 @@ int allocate(imgdes* image, unsigned width, unsigned height, unsigned bits, bool
     const std::uint64_t rowBytes = bytesPerRow(width, bits);
     const std::uint64_t largest = 0x7FFFFFFF;
     const std::uint64_t headBytes = sizeof(BITMAPINFOHEADER) + std::uint64_t{colours} * sizeof(RGBQUAD);
-    if (rowBytes > (largest - headBytes) / height) return ERR_MEMORY;
+    if (width > largest || rowBytes > (largest - headBytes) / height) return ERR_MEMORY;
     const std::uint64_t imageBytes = rowBytes * height;
 
     void* block = allocateBlock(headBytes + (dibSection ? 0 : imageBytes));

@@ -4,7 +4,7 @@ namespace orn32 {
 namespace {
 
 struct NamedLock {
-    static constexpr const char* name = "ORN32_Critical_Section";
+    const char* name = "ORN32_Critical_Section";  // for who looks with a debugger
     CRITICAL_SECTION section;
 
     NamedLock() { InitializeCriticalSection(&section); }

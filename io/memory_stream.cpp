@@ -111,8 +111,9 @@ BOOL WINAPI read(HANDLE handle, void* destination, DWORD count, DWORD* bytesRead
     *bytesRead = 0;
     InputSlot* slot = slotOf(inputs, handle);
     if (!slot) return FALSE;
-    const std::uint8_t* p = slot->base + slot->position;
-    if (p < slot->base) return TRUE;  // a position beyond the address space, or before the buffer
+    const std::uintptr_t base = reinterpret_cast<std::uintptr_t>(slot->base);
+    if (base + slot->position < base) return TRUE;  // beyond the address space, or before the buffer
+    const void* p = reinterpret_cast<const void*>(base + slot->position);
     const std::uint32_t n = readablePrefix(p, count);
     std::memcpy(destination, p, n);
     slot->position += n;

@@ -2,6 +2,8 @@
 // alive are counted, and a chosen allocation can be made to fail.
 #pragma once
 
+#include <initializer_list>
+
 namespace test {
 
 class MemoryWatch {

@@ -1,0 +1,317 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <tuple>
+
+#include "core/library.h"
+#include "orn32.h"
+#include "tests/support/guarded.h"
+#include "tests/support/memory_watch.h"
+#include "tests/support/test_image.h"
+
+using namespace test;
+
+namespace {
+
+bool isCleared(const imgdes& image) {
+    static const imgdes cleared = {};
+    return std::memcmp(&image, &cleared, sizeof image) == 0;
+}
+
+imgdes filledRecord() {
+    imgdes image;
+    std::memset(&image, 0x5A, sizeof image);
+    return image;
+}
+
+}  // namespace
+
+TEST(AllocImage, DescribesTheNewImage) {
+    struct Case {
+        unsigned width, height, bits, gotBits, rowBytes, colours, kind;
+    };
+    for (const Case& c :
+         {Case{1, 1, 1, 1, 4, 2, 1}, Case{33, 5, 1, 1, 8, 2, 1}, Case{5, 3, 4, 8, 8, 256, 1},
+          Case{4, 7, 8, 8, 4, 256, 1}, Case{5, 2, 16, 16, 12, 0, 1}, Case{5, 9, 24, 24, 16, 0, 0}}) {
+        for (const bool section : {false, true}) {
+            imgdes image = filledRecord();
+            ASSERT_EQ(section ? allocimage(&image, c.width, c.height, c.bits)
+                              : allocDIB(&image, c.width, c.height, c.bits),
+                      0);
+            const BITMAPINFOHEADER& h = *image.header;
+            EXPECT_EQ(
+                std::make_tuple(h.biSize, h.biWidth, h.biHeight, h.biPlanes, h.biBitCount, h.biCompression),
+                std::make_tuple(40u, LONG(c.width), LONG(c.height), WORD{1}, WORD(c.gotBits), DWORD{0}));
+            EXPECT_EQ(h.biSizeImage, c.rowBytes * c.height);
+            EXPECT_EQ(std::make_tuple(h.biClrUsed, h.biClrImportant, h.biXPelsPerMeter, h.biYPelsPerMeter),
+                      std::make_tuple(c.colours, c.colours, 0, 0));
+            EXPECT_EQ(std::make_tuple(image.left, image.top, image.right, image.bottom, image.rowbytes),
+                      std::make_tuple(0u, 0u, c.width - 1, c.height - 1, c.rowBytes));
+            EXPECT_EQ(image.palcolors, int(c.colours));
+            EXPECT_EQ(image.imgkind, c.kind);
+            EXPECT_EQ(image.hbitmap != nullptr, section);
+            EXPECT_EQ(reinterpret_cast<std::uint8_t*>(image.palette),
+                      reinterpret_cast<std::uint8_t*>(image.header) + 40);
+            if (!section) {
+                EXPECT_EQ(image.bits, reinterpret_cast<std::uint8_t*>(image.palette + c.colours));
+            }
+            for (unsigned i = 0; i < h.biSizeImage; i++) ASSERT_EQ(image.bits[i], 0);
+            freeimage(&image);
+            EXPECT_TRUE(isCleared(image));
+        }
+    }
+}
+
+TEST(AllocImage, RefusesAndClearsTheRecord) {
+    struct Case {
+        unsigned width, height, bits;
+        int code;
+    };
+    for (const Case& c : {Case{5, 5, 0, ERR_BITS}, Case{5, 5, 2, ERR_BITS}, Case{5, 5, 32, ERR_BITS},
+                          Case{0, 0, 32, ERR_BITS}, Case{0, 5, 8, ERR_RANGE}, Case{5, 0, 4, ERR_RANGE},
+                          Case{0x7FFFFFFF, 2, 24, ERR_MEMORY}, Case{0x80000000, 1, 1, ERR_MEMORY},
+                          Case{65536, 65536, 8, ERR_MEMORY}, Case{~0u, ~0u, 24, ERR_MEMORY},
+                          Case{0x55555556, 1, 24, ERR_MEMORY}, Case{65536, 32767, 24, ERR_MEMORY}}) {
+        for (const auto allocate : {allocimage, allocDIB}) {
+            imgdes image = filledRecord();
+            EXPECT_EQ(allocate(&image, c.width, c.height, c.bits), c.code)
+                << c.width << "x" << c.height << "x" << c.bits;
+            EXPECT_TRUE(isCleared(image));
+        }
+    }
+}
+
+TEST(AllocImage, WithoutMemoryThereIsNoImageAndNoLeak) {
+    for (const auto allocate : {allocimage, allocDIB}) {
+        imgdes image;
+        failEveryAllocation([&] { return allocate(&image, 10, 10, 8); },
+                            [&](int, int code, const MemoryWatch& watch) {
+                                EXPECT_EQ(code, ERR_MEMORY);
+                                EXPECT_TRUE(isCleared(image));
+                                EXPECT_EQ(watch.live(), 0);
+                            });
+        MemoryWatch watch;
+        ASSERT_EQ(allocate(&image, 10, 10, 8), 0);
+        EXPECT_EQ(watch.live(), 1);
+        freeimage(&image);
+        EXPECT_EQ(watch.live(), 0);
+    }
+}
+
+TEST(AllocImage, ADibSectionThatWindowsRefusesLeavesAClearedRecord) {
+    // More pixels than the address space has room for, in rows that are countable in 31 bits.
+    imgdes image = filledRecord();
+    EXPECT_EQ(allocimage(&image, 32768, 65500, 8), ERR_MEMORY);
+    EXPECT_TRUE(isCleared(image));
+}
+
+TEST(FreeImage, LeavesARecordWithAnUnreadableHeaderAlone) {
+    imgdes image = filledRecord();
+    const imgdes before = image;
+    const GuardedBytes small(39);
+    freeimage(&image);
+    EXPECT_EQ(std::memcmp(&image, &before, sizeof image), 0);
+    image.header = reinterpret_cast<BITMAPINFOHEADER*>(small.data());
+    image.palcolors = 0;
+    freeimage(&image);
+    EXPECT_EQ(image.left, before.left);
+    freeimage(nullptr);
+}
+
+TEST(SetupImgdes, DescribesAPackedDib) {
+    TestImage dib(10, 4, 8);
+    imgdes image = filledRecord();
+    ASSERT_EQ(setupimgdes(dib->header, &image), 0);
+    EXPECT_EQ(image.bits, dib->bits);
+    EXPECT_EQ(image.palette, dib->palette);
+    EXPECT_EQ(std::make_tuple(image.left, image.top, image.right, image.bottom, image.rowbytes,
+                              image.palcolors, image.imgkind, image.hbitmap),
+              std::make_tuple(0u, 0u, 9u, 3u, 12u, 256, 0u, nullptr));
+    dib->header->biClrUsed = 17;
+    ASSERT_EQ(setupimgdes(dib->header, &image), 0);
+    EXPECT_EQ(image.palcolors, 17);
+    EXPECT_EQ(image.bits, reinterpret_cast<std::uint8_t*>(dib->header) + 40 + 17 * 4);
+    dib->header->biBitCount = 16;
+    dib->header->biClrUsed = 0;
+    ASSERT_EQ(setupimgdes(dib->header, &image), 0);
+    EXPECT_EQ(image.palcolors, 0);
+    dib->header->biHeight = -4;
+    ASSERT_EQ(setupimgdes(dib->header, &image), 0);
+    EXPECT_EQ(checkrange16_(&image), ERR_RANGE);
+
+    for (const auto& [bits, compression, code] :
+         {std::make_tuple(WORD{4}, DWORD{1}, ERR_BITS), std::make_tuple(WORD{8}, DWORD{1}, ERR_COMPRESSED)}) {
+        dib->header->biBitCount = bits;
+        dib->header->biCompression = compression;
+        EXPECT_EQ(setupimgdes(dib->header, &image), code);
+        EXPECT_EQ(image.header, dib->header);
+        image.header = nullptr;
+        EXPECT_TRUE(isCleared(image));
+    }
+    dib->header->biBitCount = 8;
+    dib->header->biCompression = 0;
+}
+
+TEST(ImageArea, GoesToARectAndBackUnchanged) {
+    TestImage image(10, 10, 8);
+    setimagearea(image, 7, 8, 3, 4000000000u);
+    RECT rect;
+    imageareatorect(image, &rect);
+    EXPECT_EQ(std::make_tuple(rect.left, rect.top, rect.right, rect.bottom),
+              std::make_tuple(7L, 8L, 3L, LONG(4000000000u)));
+    imgdes copy = {};
+    recttoimagearea(&rect, &copy);
+    EXPECT_EQ(std::make_tuple(copy.left, copy.top, copy.right, copy.bottom),
+              std::make_tuple(7u, 8u, 3u, 4000000000u));
+}
+
+TEST(CheckRange, TestsInOrderAndRepairsSwappedEdges) {
+    struct Case {
+        const char* what;
+        void (*spoil)(imgdes&);
+        int code8and24, code1, code16;
+    };
+    const Case cases[] = {
+        {"a good 8-bit image", [](imgdes&) {}, 0, 0, 0},
+        {"unreadable pixels and no header", [](imgdes& i) { i.bits = nullptr, i.header = nullptr; },
+         ERR_BAD_BUFFER, ERR_BAD_BUFFER, ERR_BAD_BUFFER},
+        {"no header", [](imgdes& i) { i.header = nullptr; }, ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"right edge", [](imgdes& i) { i.right = 20; }, ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"bottom edge", [](imgdes& i) { i.bottom = 10; }, ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"left far off", [](imgdes& i) { i.left = ~0u; }, ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"short rows", [](imgdes& i) { i.rowbytes = 19; }, ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"negative width", [](imgdes& i) { i.header->biWidth = -20; }, ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"negative height", [](imgdes& i) { i.header->biHeight = -10; }, ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"a row length that wraps",
+         [](imgdes& i) { i.header->biWidth = 0x20000001, i.header->biBitCount = 24; }, ERR_RANGE, ERR_RANGE,
+         ERR_RANGE},
+        {"compressed and off the picture", [](imgdes& i) { i.header->biCompression = 1, i.right = 20; },
+         ERR_RANGE, ERR_RANGE, ERR_RANGE},
+        {"compressed with wrong bits",
+         [](imgdes& i) { i.header->biCompression = 1, i.header->biBitCount = 4; }, ERR_COMPRESSED,
+         ERR_COMPRESSED, ERR_COMPRESSED},
+        {"1 bit", [](imgdes& i) { i.header->biBitCount = 1; }, ERR_BITS, 0, 0},
+        {"16 bits", [](imgdes& i) { i.header->biBitCount = 16, i.rowbytes = 40; }, ERR_BITS, ERR_BITS, 0},
+        {"32 bits", [](imgdes& i) { i.header->biBitCount = 32, i.rowbytes = 80; }, ERR_BITS, ERR_BITS,
+         ERR_BITS},
+        {"40 bits", [](imgdes& i) { i.header->biBitCount = 40, i.rowbytes = 100; }, ERR_BITS, ERR_BITS,
+         ERR_BITS},
+    };
+    for (const Case& c : cases) {
+        TestImage image(20, 10, 8);
+        const BITMAPINFOHEADER good = *image->header;
+        imgdes record = image.image;
+        c.spoil(record);
+        EXPECT_EQ(checkrange_(&record), c.code8and24) << c.what;
+        EXPECT_EQ(checkrange1_(&record), c.code1) << c.what;
+        EXPECT_EQ(checkrange16_(&record), c.code16) << c.what;
+        *image->header = good;
+    }
+    TestImage image(20, 10, 1);
+    setimagearea(image, 10, 9, 5, 2);
+    EXPECT_EQ(checkrange_(image), ERR_BITS);
+    EXPECT_EQ(std::make_tuple(image->left, image->top, image->right, image->bottom),
+              std::make_tuple(5u, 2u, 10u, 9u));
+    EXPECT_EQ(checkrange_(nullptr), ERR_RANGE);
+}
+
+TEST(CheckRange, LimitsTheColumnsByBitCount) {
+    struct Case {
+        unsigned width, height, bits;
+        int code;
+    };
+    for (const Case& c : {Case{65535, 1, 1, 0}, Case{65536, 1, 1, ERR_RANGE}, Case{32768, 1, 8, 0},
+                          Case{32769, 1, 8, ERR_RANGE}, Case{1, 32768, 8, 0}, Case{1, 32769, 1, ERR_RANGE}}) {
+        TestImage image(c.width, c.height, c.bits);
+        EXPECT_EQ(checkrange1_(image), c.code) << image.describe();
+    }
+}
+
+TEST(Palette, OnlyTheExactGreyRampIsGrey) {
+    TestImage one(1, 1, 1), eight(1, 1, 8), grey16(1, 1, 16), true24(1, 1, 24);
+    EXPECT_TRUE(isgrayscaleimage(one));
+    EXPECT_TRUE(isgrayscaleimage(eight));
+    EXPECT_TRUE(isgrayscaleimage(grey16));
+    EXPECT_FALSE(isgrayscaleimage(true24));
+    grey16->imgkind = 3;
+    EXPECT_FALSE(isgrayscaleimage(grey16));
+    eight->palcolors = 5;
+    EXPECT_TRUE(isgrayscaleimage(eight));
+    eight->palcolors = 300;  // a ramp that would pass 255
+    EXPECT_FALSE(isgrayscaleimage(eight));
+    eight->palcolors = 0;
+    EXPECT_FALSE(isgrayscaleimage(eight));
+    eight->palcolors = 256;
+    eight->palette[7].rgbGreen = 8;
+    EXPECT_FALSE(isgrayscaleimage(eight));
+    for (int i = 0; i < 256; i++) eight->palette[i] = {BYTE(255 - i), BYTE(255 - i), BYTE(255 - i), 0};
+    EXPECT_FALSE(isgrayscaleimage(eight));
+    eight->imgkind = 6;
+    CreateDefaultPalette_(eight);
+    EXPECT_TRUE(isgrayscaleimage(eight));
+    EXPECT_EQ(eight->imgkind, 7u);
+}
+
+TEST(Palette, SystemPalettesFillAnEightBitImage) {
+    TestImage eight(1, 1, 8), true24(1, 1, 24);
+    std::memset(eight->palette, 0x77, 1024);
+    EXPECT_EQ(defaultpalette(eight), 16);
+    EXPECT_EQ(eight->palcolors, 16);
+    const std::uint32_t* colours = reinterpret_cast<std::uint32_t*>(eight->palette);
+    EXPECT_EQ(colours[0], 0x77000000u);
+    EXPECT_EQ(colours[9], 0x77FF0000u);   // red, in the upper half of the standard colours
+    EXPECT_EQ(colours[12], 0x770000FFu);  // blue
+    EXPECT_EQ(colours[15], 0x77FFFFFFu);
+    EXPECT_EQ(colours[16], 0x77777777u);
+    EXPECT_EQ(standardpalette(eight), 256);
+    EXPECT_EQ(colours[255], 0x77FFFFFFu);
+    EXPECT_EQ(eight->header->biClrUsed, 256u);
+    EXPECT_EQ(defaultpalette(true24), 0);
+    EXPECT_EQ(standardpalette(true24), 0);
+
+    eight->header->biClrUsed = 10;  // a packed DIB whose pixels follow its tenth colour
+    EXPECT_EQ(standardpalette(eight), 10);
+    eight->header->biClrUsed = 256;
+    const DWORD objects = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
+    for (int i = 0; i < 1000; i++) standardpalette(eight);
+    EXPECT_EQ(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), objects);
+}
+
+TEST(Palette, FollowsIntoTheDibSection) {
+    TestImage section(2, 2, 8, true);
+    section->palette[5] = {1, 2, 3, 0};
+    EXPECT_EQ(updatebitmapcolortable(section), 0);
+    const HDC dc = CreateCompatibleDC(nullptr);
+    const HGDIOBJ previous = SelectObject(dc, section->hbitmap);
+    RGBQUAD got;
+    ASSERT_EQ(GetDIBColorTable(dc, 5, 1, &got), 1u);
+    EXPECT_EQ(std::make_tuple(got.rgbBlue, got.rgbGreen, got.rgbRed), std::make_tuple(1, 2, 3));
+    SelectObject(dc, previous);
+    DeleteDC(dc);
+}
+
+TEST(Library, DibSectionsDependOnTheSystem) {
+    using orn32::dibSectionsWork;
+    using orn32::Platform;
+    EXPECT_FALSE(dibSectionsWork(Platform::windowsNt, 310));
+    EXPECT_TRUE(dibSectionsWork(Platform::windowsNt, 350));
+    EXPECT_TRUE(dibSectionsWork(Platform::windows9x, 400));
+    EXPECT_FALSE(dibSectionsWork(Platform::win32s, 310));
+    EXPECT_TRUE(orn32::library.useDibSections);
+}
+
+TEST(Library, FiveNullsBringImagesBackToGlobalMemoryAndKeepTheTable) {
+    imgdes image;
+    const MemoryWatch watch;
+    InitializeLibrary(nullptr, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_EQ(allocDIB(&image, 3, 3, 1), 0);
+    EXPECT_EQ(watch.allocations(), 0);
+    EXPECT_NE(GlobalHandle(image.header), nullptr);
+    EXPECT_EQ(copyimage(&image, &image), 0);
+    EXPECT_EQ(watch.allocations(), 1);
+    freeimage(&image);
+}
+
+TEST(Printing, IsNotProvided) {
+    EXPECT_EQ(printimage(1, 2, 3, 4, 5, 6, 7), 0);
+}
