@@ -290,6 +290,38 @@ int ORNAPI colortogray(imgdes *source, imgdes *destination);
 int ORNAPI convertgray16to8(imgdes *source, imgdes *destination);
 int ORNAPI convertgray8to16(imgdes *source, imgdes *destination);
 
+/* ---- Hue, overlays, blocks ---------------------------------------------------------------------------- */
+
+/*
+ * Convert count colours between 4-byte elements blue, green, red, reserved and 3-byte elements hue, saturation,
+ * value. Hue 0 to 255 stands for the full circle from red over green (85) and blue (171); saturation 255 is
+ * full; value is the largest of red, green and blue. The reserved byte is neither read nor written. Nothing
+ * happens for a count of 0 or less.
+ */
+void ORNAPI rgb2hsv(const unsigned char *rgb, unsigned char *hsv, int count);
+void ORNAPI hsv2rgb(const unsigned char *hsv, unsigned char *rgb, int count);
+
+/*
+ * Copies the source's area and replaces its square blocks, from the top-left, by their mean colour; columns and
+ * rows at the right and bottom that do not fill a block stay as copied. An 8-bit image with a colour palette is
+ * given a new palette for the whole destination picture.
+ *   blocksize  2 to 63, and no more than the smaller side of the area
+ * Returns 0, the codes of copyimage, ERR_ARGUMENT, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI pixellize(int blocksize, imgdes *source, imgdes *destination);
+
+/*
+ * Lays the image over on the image under, all three images of 8 or all of 24 bits. cover keeps the pixels of
+ * over that are brighter than level (0 to 255; of 24-bit pixels the sum of the channels against 3 * level);
+ * coverclear keeps those that are not of the colour clearcolor (blue << 16 | green << 8 | red; of 8-bit pixels its
+ * low byte). Everywhere else under shows. Palette images are decided channel by channel, and the whole
+ * result picture gets a new palette. The result may be one of the other two.
+ * Returns 0, ERR_ARGUMENT (level, clearcolor), the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE
+ * (a palette missing), ERR_MEMORY, and convertrgbtopalex's. Calls on several threads take turns.
+ */
+int ORNAPI cover(int level, imgdes *under, imgdes *over, imgdes *result);
+int ORNAPI coverclear(int clearcolor, imgdes *under, imgdes *over, imgdes *result);
+
 /* ---- BMP ---------------------------------------------------------------------------------------------- */
 
 /*
