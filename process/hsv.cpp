@@ -17,7 +17,7 @@ constexpr unsigned largestDivisor = 510;
 // so that the quotient comes out exact; the largest dividend here is 255 * 30720.
 constexpr std::array<std::uint32_t, largestDivisor + 1> reciprocals = [] {
     std::array<std::uint32_t, largestDivisor + 1> table{};
-    for (std::uint64_t n = 2; n <= largestDivisor; n++)
+    for (unsigned n = 2; n <= largestDivisor; n++)
         table[n] = static_cast<std::uint32_t>((std::uint64_t{1} << 32) / n + 1);
     return table;
 }();
