@@ -9,6 +9,10 @@ enum Channel : unsigned { blue, green, red };
 
 constexpr unsigned colourKeys = 32768;
 
+// Of a pixel as blue | green << 8 | red << 16; bits above are ignored.
+inline unsigned colourKey(std::uint32_t bgr) {
+    return (bgr >> 9 & 0x7C00) | (bgr >> 6 & 0x3E0) | (bgr >> 3 & 0x1F);
+}
 inline unsigned colourKey(const std::uint8_t* bgr) {
     return (bgr[red] & 0xF8u) << 7 | (bgr[green] & 0xF8u) << 2 | bgr[blue] >> 3;
 }

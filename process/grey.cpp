@@ -1,10 +1,11 @@
 // Turning colour into grey, and grey between 8 and 16 bits.
+#include "process/grey.h"
+
 #include <algorithm>
 #include <cstdint>
 
 #include "core/area.h"
 #include "core/range_check.h"
-#include "process/grey.h"
 #include "process/lut.h"
 #include "process/palette_row.h"
 

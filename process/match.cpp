@@ -2,6 +2,7 @@
 #include "process/match.h"
 
 #include <cstdint>
+#include <cstring>
 
 #include "core/area.h"
 #include "core/locks.h"
@@ -23,10 +24,15 @@ class MatchCache {
     MatchCache() : indices_(MemoryEntry::counted, colourKeys) {}
     explicit operator bool() const { return static_cast<bool>(indices_); }
 
+    // bgr: blue | green << 8 | red << 16, and noise above.
     template <class Search>
-    std::uint8_t index(const std::uint8_t* bgr, const Search& search) {
+    std::uint8_t index(std::uint32_t bgr, const Search& search) {
         std::uint16_t& cell = indices_[colourKey(bgr)];
-        if (!cell) cell = static_cast<std::uint16_t>(filled | search.nearest(bgr));
+        if (!cell) [[unlikely]] {
+            std::uint8_t pixel[sizeof bgr];
+            std::memcpy(pixel, &bgr, sizeof bgr);
+            cell = static_cast<std::uint16_t>(filled | search.nearest(pixel));
+        }
         return static_cast<std::uint8_t>(cell);
     }
 
@@ -51,24 +57,31 @@ struct Matching {
         const AreaRows to(destination);
         rows.run(
             size.height, [&](std::uint8_t* bgr, unsigned y) { from.load(bgr, y, size.width); },
-            [&](std::uint8_t* current, std::uint8_t* below, unsigned y) {
-                mapRow(to[y], current, diffused ? below : nullptr, search);
+            [&](const std::uint8_t* current, std::uint8_t* below, unsigned y) {
+                if (diffused)
+                    diffuse(to[y], current, below, search);
+                else
+                    map(to[y], current, search);
             });
     }
 
  private:
     template <class Search>
-    void mapRow(std::uint8_t* indices, std::uint8_t* current, std::uint8_t* below, const Search& search) {
-        for (unsigned x = 0; x < size.width; x++, current += 3) {
-            indices[x] = cache.index(current, search);
-            if (!below) continue;
-            const std::uint32_t chosen = palette.colour[indices[x]];
-            for (unsigned channel = 0; channel < 3; channel++) {
-                const int error = current[channel] - static_cast<int>(chosen >> 8 * channel & 0xFF);
-                spreadError(current + channel, below + channel, error);
-            }
-            below += 3;
+    void map(std::uint8_t* indices, const std::uint8_t* bgr, const Search& search) {
+        for (unsigned x = 0; x < size.width; x++, bgr += 3) {
+            std::uint32_t pixel;
+            std::memcpy(&pixel, bgr, sizeof pixel);
+            indices[x] = cache.index(pixel, search);
         }
+    }
+    template <class Search>
+    void diffuse(std::uint8_t* indices, const std::uint8_t* current, std::uint8_t* below,
+                 const Search& search) {
+        diffuseRow(current, below, size.width, [&](unsigned x, std::uint32_t bgr) {
+            const std::uint8_t index = cache.index(bgr, search);
+            indices[x] = index;
+            return PixelLanes(palette.colour[index]);
+        });
     }
 };
 
