@@ -80,8 +80,8 @@ class ProgressiveScan {
         }
     }
 
-    // A row that an end-of-band run covers, with nothing to refine, costs no work: a few bytes can stand for a
-    // scan of a huge picture.
+    // A row that an end-of-band run covers, with nothing to refine, costs no work: a few bytes can stand for
+    // a scan of a huge picture.
     bool passRow(unsigned blocks) {
         if (endOfBandRun_ < blocks || (scan_.ah && *rowHasAc_)) return false;
         if (!restart_.pass(ceilDivide(blocks, d_.layout.mcusPerRestartStep))) return false;
