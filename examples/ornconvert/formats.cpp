@@ -10,6 +10,7 @@ namespace ornconvert {
 
 extern const Format bmpFormat;
 extern const Format gifFormat;
+extern const Format pngFormat;
 
 namespace {
 
@@ -17,6 +18,7 @@ namespace {
 constexpr const Format* allFormats[] = {
     &bmpFormat,
     &gifFormat,
+    &pngFormat,
 };
 
 }  // namespace
