@@ -29,6 +29,11 @@ void* allocateToFill(std::uint32_t size) noexcept;
 void* allocateBlock(std::uint64_t size) noexcept;
 void freeBlock(void* block) noexcept;
 
+// A cleared block of moveable global memory, locked, whatever functions the caller has installed; null when it
+// cannot be had.
+void* allocateGlobal(std::uint64_t size) noexcept;
+void freeGlobal(void* block) noexcept;
+
 // Has the system provide a new block's pages together, before all of it is written: cheaper than a fault for
 // each. Does nothing where the system refuses (a limit on locked memory) or the block is small or of the
 // caller's making.

@@ -205,6 +205,123 @@ WORD ORNAPI OrrinversiondateW(WCHAR *buffer, int size);
 /* Printing is not provided: does nothing and returns 0, whatever it is given. */
 int ORNAPI printimage(long a1, long a2, long a3, long a4, long a5, long a6, long a7);
 
+/* ---- Palettes and RGB --------------------------------------------------------------------------------- */
+
+/*
+ * Operations on two images work on what both areas have, from the top-left corner of each; no pixel outside that
+ * changes. Source and destination may be the same image where their bit counts allow it.
+ */
+
+/*
+ * Maps a 24-bit image to an 8-bit one with a palette of its own, made by median cut.
+ *   colors  2 to 256; palette entries for which the picture has too few colours repeat entry 0
+ *   mode    how pixels are matched to the palette, as for matchcolorimageex
+ * The destination's palette and palcolors are replaced, its grey mark is cleared and a DIB section's colours are
+ * updated, these two also when matching fails.
+ * Returns 0, the codes of checkrange_, ERR_BITS (not 24 to 8 bits), ERR_RANGE (no palette, or one with room for
+ * fewer colours), ERR_ARGUMENT (colors, mode), ERR_MEMORY.
+ */
+int ORNAPI convertrgbtopalex(int colors, imgdes *source, imgdes *destination, int mode);
+
+/* Like convertrgbtopalex with mode 2. */
+int ORNAPI convertrgbtopal(int colors, imgdes *source, imgdes *destination);
+
+/*
+ * Expands an 8-bit image to a 24-bit one through its palette. Pixels beyond palcolors take what their palette
+ * slot holds. Returns 0, the codes of checkrange_, ERR_BITS (not 8 to 24 bits), ERR_RANGE (no palette),
+ * ERR_MEMORY.
+ */
+int ORNAPI convertpaltorgb(imgdes *source, imgdes *destination);
+
+/* ---- Colour matching ---------------------------------------------------------------------------------- */
+
+/*
+ * Maps an 8- or 24-bit image to the palette of an 8-bit one; that palette does not change.
+ *   mode  0: near colours by octree; 1: the same with Floyd-Steinberg error diffusion;
+ *         2: the nearest colours by search along one channel; 3: the same with error diffusion
+ * Colours that share the upper 5 bits of all channels all get the index found for the first of them, rows being
+ * taken from the top and pixels from the left.
+ * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (a palette missing, palcolors
+ * 0, or more than 256 in the destination), ERR_ARGUMENT (mode), ERR_MEMORY. Calls on several threads take turns.
+ */
+int ORNAPI matchcolorimageex(imgdes *source, imgdes *destination, int mode);
+
+/* Like matchcolorimageex with mode 1. */
+int ORNAPI matchcolorimage(imgdes *source, imgdes *destination);
+
+/*
+ * Maps an 8-bit image to fewer colours, destination->palcolors of them, chosen from the source's palette: the
+ * most frequent ones that are far enough apart. Both images must be 8-bit.
+ *   mode  as for matchcolorimageex
+ * The destination's palette is replaced and its grey mark cleared even if matching fails.
+ * Returns 0, the codes of checkrange_, ERR_BITS, ERR_RANGE (a palette missing; palcolors outside 2 to 255, more
+ * than the source has, or more than there is room for), ERR_ARGUMENT (mode), ERR_MEMORY.
+ */
+int ORNAPI reduceimagecolors(imgdes *source, imgdes *destination, int mode);
+
+/* ---- Histograms and grey ------------------------------------------------------------------------------ */
+
+/*
+ * Counts the levels of an area into tables of 256 counters, which are cleared first: red, green and blue of a
+ * 24-bit image; of an 8-bit image the indices, into redtab alone, unless colorflag is not 0 and the image has no
+ * grey mark, when the colours of its palette are counted.
+ * Returns 0, the codes of checkrange_, ERR_RANGE (a table that is needed is null, or there is no palette; redtab
+ * is cleared all the same), ERR_MEMORY.
+ */
+int ORNAPI calchistorgb(imgdes *image, long *redtab, long *greentab, long *bluetab, int colorflag);
+
+/* Like calchistorgb with colorflag 0. */
+int ORNAPI calchisto(imgdes *image, long *redtab, long *greentab, long *bluetab);
+
+/*
+ * Turns an 8- or 24-bit image into an 8-bit grey one, (30 red + 59 green + 11 blue) / 100 rounded down, and gives
+ * it the grey palette. Pixels of an 8-bit image beyond its palcolors become 0.
+ * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (8-bit source without a
+ * palette).
+ */
+int ORNAPI colortogray(imgdes *source, imgdes *destination);
+
+/*
+ * Between 16-bit and 8-bit grey: the high byte is taken, or the byte is repeated. Palettes stay.
+ * Returns 0, the codes of checkrange16_, ERR_BITS when neither image has its bit count. One wrong bit count
+ * alone passes: pixels of one and two bytes are then read and written in a row regardless of it, from the column
+ * left times the whole bytes of a pixel, as far as the image's memory goes.
+ */
+int ORNAPI convertgray16to8(imgdes *source, imgdes *destination);
+int ORNAPI convertgray8to16(imgdes *source, imgdes *destination);
+
+/* ---- Hue, overlays, blocks ---------------------------------------------------------------------------- */
+
+/*
+ * Convert count colours between 4-byte elements blue, green, red, reserved and 3-byte elements hue, saturation,
+ * value. Hue 0 to 255 stands for the full circle from red over green (85) and blue (171); saturation 255 is
+ * full; value is the largest of red, green and blue. The reserved byte is neither read nor written. Nothing
+ * happens for a count of 0 or less.
+ */
+void ORNAPI rgb2hsv(const unsigned char *rgb, unsigned char *hsv, int count);
+void ORNAPI hsv2rgb(const unsigned char *hsv, unsigned char *rgb, int count);
+
+/*
+ * Copies the source's area and replaces its square blocks, from the top-left, by their mean colour; columns and
+ * rows at the right and bottom that do not fill a block stay as copied. An 8-bit image with a colour palette is
+ * given a new palette for the whole destination picture.
+ *   blocksize  2 to 63, and no more than the smaller side of the area
+ * Returns 0, the codes of copyimage, ERR_ARGUMENT, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI pixellize(int blocksize, imgdes *source, imgdes *destination);
+
+/*
+ * Lays the image over on the image under, all three images of 8 or all of 24 bits. cover keeps the pixels of
+ * over that are brighter than level (0 to 255; of 24-bit pixels the sum of the channels against 3 * level);
+ * coverclear keeps those that are not of the colour clearcolor (blue << 16 | green << 8 | red; of 8-bit pixels its
+ * low byte). Everywhere else under shows. Palette images are decided channel by channel, and the whole
+ * result picture gets a new palette. The result may be one of the other two.
+ * Returns 0, ERR_ARGUMENT (level, clearcolor), the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE
+ * (a palette missing), ERR_MEMORY, and convertrgbtopalex's. Calls on several threads take turns.
+ */
+int ORNAPI cover(int level, imgdes *under, imgdes *over, imgdes *result);
+int ORNAPI coverclear(int clearcolor, imgdes *under, imgdes *over, imgdes *result);
+
 /* ---- BMP ---------------------------------------------------------------------------------------------- */
 
 /*
@@ -355,6 +472,361 @@ int ORNAPI pngsetxyresolution(int x, int y, int unit);
  * ERR_ZLIB, -117 with ERR_WRITE.
  */
 int ORNAPI pnggeterror(void);
+/* ---- GIF: compression --------------------------------------------------------------------------------- */
+
+/* For GifDecode and GifEncode, which use codesize only. */
+typedef struct GifCodeParams {
+    UINT reserved[4]; /* neither read nor written */
+    UINT codesize;    /* LZW minimum code size: bits per pixel index */
+} GifCodeParams;
+
+/*
+ * Decompresses GIF image data: the minimum code size (2 to 9) and the chain of sub-blocks behind it, as they
+ * stand in a file from one byte before GifFrameInfo.dataoffset on.
+ *   params     codesize gets the data's minimum code size; may be null
+ *   src, srclen  the data, its length in bytes; what follows the chain does no harm
+ *   dst, dstlen  gets one byte per pixel, in the order of the file; dstlen is its room
+ * Returns the bytes used behind the code size byte, or 0: src or dst not readable, code size out of range, data
+ * that is damaged or ends too early, or more pixels than dst has room for (dst is full then). The terminator of
+ * the chain counts as used only when the data has no end code. Any number of threads may call at once.
+ */
+UINT ORNAPI GifDecode(GifCodeParams *params, const unsigned char *src, int srclen, unsigned char *dst,
+                      int dstlen);
+
+/*
+ * Compresses pixels to GIF image data: the minimum code size, sub-blocks, terminator and a trailer byte ";".
+ *   params     codesize is the number of bits per pixel, up to 11
+ *   src, srclen  one byte per pixel, at least one, each below 2 to the power of codesize
+ *   dst, dstlen  gets the data; a dstlen of 2 * srclen + 300 is room enough for a codesize of 2 to 8
+ * Returns the bytes written, or 0 when dst has not enough room. Any number of threads may call at once.
+ */
+UINT ORNAPI GifEncode(GifCodeParams *params, const unsigned char *src, UINT srclen, unsigned char *dst,
+                      UINT dstlen);
+
+/* ---- GIF: reading ------------------------------------------------------------------------------------- */
+
+/* What gifinfo tells of a GIF and of one frame in it. */
+typedef struct GifFileInfo {
+    int width;        /* of the frame, in pixels */
+    int height;
+    int colorres;     /* bits per colour of the original, 1 to 8 */
+    int bitsperpixel; /* of the frame's own colour table, else of the file */
+    int transcolor;   /* transparent colour index, -1 if there is none */
+    int interlaced;   /* 1 or 0 */
+    int codesize;     /* LZW minimum code size */
+    int version;      /* 87 or 89 */
+    int dibbits;      /* bits per pixel of an image to load it into: 1 or 8 */
+} GifFileInfo;
+
+/* What concerns the whole file. */
+typedef struct GifGlobalInfo {
+    int screenwidth;       /* logical screen, in pixels */
+    int screenheight;
+    int hasglobalpalette;  /* 1 or 0 */
+    int bkgndcolor;        /* background colour index */
+    int loopcount;         /* repetitions of an animation, 0 for ever; -1 if the file does not say */
+    int bitsperpixel;
+    int colorres;
+    int aspectratio;       /* as stored: 0, or 64 * width / height of a pixel - 15 */
+    UINT commentoffset;    /* file offset of the comment's first sub-block; 0 if there is none */
+    int globalcolors;      /* entries in the global colour table */
+    UINT globalpaloffset;  /* its file offset */
+} GifGlobalInfo;
+
+/* One frame. */
+typedef struct GifFrameInfo {
+    int left;             /* position on the logical screen */
+    int top;
+    int haslocalpalette;  /* 1 or 0 */
+    int delay;            /* in hundredths of a second */
+    int transcolor;       /* transparent colour index, -1 if there is none */
+    int disposal;         /* what to do with the frame afterwards, 0 to 7 */
+    int userinput;        /* 1 if the user is to confirm the frame */
+    int dibbits;          /* bits per pixel of an image to load it into: 1 or 8 */
+    int width;
+    int height;
+    int frameno;          /* counted from 0 */
+    int interlaced;
+    int codesize;         /* LZW minimum code size */
+    int localcolors;      /* entries in the frame's own colour table */
+    UINT localpaloffset;  /* file offset of that table */
+    UINT dataoffset;      /* file offset of the image data's first sub-block, behind the code size byte */
+} GifFrameInfo;
+
+/*
+ * Describes the first frame of a GIF. A file that holds no frame gives 0 and a size of 0.
+ * Returns 0, ERR_OPEN, ERR_BAD_GIF (no GIF, or nothing known in it), ERR_TRUNCATED (an extension is cut off),
+ * ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100 bytes are not readable). Records are set in
+ * every case. Calls on several threads take turns, here and in all GIF functions below.
+ */
+int ORNAPI gifinfo(const char *name, GifFileInfo *info);
+int ORNAPI gifinfoW(const WCHAR *name, GifFileInfo *info);
+int ORNAPI gifinfofrombuffer(const void *buffer, GifFileInfo *info);
+
+/*
+ * Like gifinfo, for any frame, counted from 0, and with all that is known. A frame number just behind the last
+ * frame gives 0 and an empty frame record; one beyond that gives ERR_NO_FRAME. Null records are left out.
+ */
+int ORNAPI gifinfoframe(const char *name, GifFileInfo *info, GifGlobalInfo *global, GifFrameInfo *frame,
+                        int frameno);
+int ORNAPI gifinfoframeW(const WCHAR *name, GifFileInfo *info, GifGlobalInfo *global, GifFrameInfo *frame,
+                         int frameno);
+int ORNAPI gifinfoframefrombuffer(const void *buffer, GifFileInfo *info, GifGlobalInfo *global,
+                                  GifFrameInfo *frame, int frameno);
+
+/*
+ * Fills frames[0], frames[1] ... for at most maximum frames. Give gifframecount's answer as maximum: where it
+ * exceeds the number of frames by more than one, the records are filled and the result is ERR_NO_FRAME.
+ * Else like gifinfo.
+ */
+int ORNAPI gifinfoallframes(const char *name, GifGlobalInfo *global, GifFrameInfo *frames, int maximum);
+int ORNAPI gifinfoallframesW(const WCHAR *name, GifGlobalInfo *global, GifFrameInfo *frames, int maximum);
+int ORNAPI gifinfoallframesfrombuffer(const void *buffer, GifGlobalInfo *global, GifFrameInfo *frames,
+                                      int maximum);
+
+/* Counts the frames, up to the trailer or the end of the data. Else like gifinfo; where the walk fails, the
+ * count is that of the frames before. */
+int ORNAPI gifframecount(const char *name, int *count);
+int ORNAPI gifframecountW(const WCHAR *name, int *count);
+int ORNAPI gifframecountfrombuffer(const void *buffer, int *count);
+
+/*
+ * Loads the first frame into the area of a 1- or 8-bit image, from its top-left corner on, as many rows and
+ * columns as both have. In a 1-bit image every index but 0 sets a pixel. The frame's position on the logical
+ * screen is not applied. The palette, its count (never more entries than the image has room for) and the grey
+ * mark follow the file; without a colour table the image gets its default palette.
+ * Only data without string codes is decoded, as savegif writes it: nearly all other GIFs give ERR_LZW_CODE, with
+ * the rows before the first string code stored. GifDecode reads those; docs/gif-string-codes.md shows how.
+ * Returns 0, the codes of gifinfo and checkrange1_, ERR_BITS (24-bit image), ERR_BAD_GIF (code size not 1 to 8),
+ * ERR_LZW_CODE, ERR_MEMORY, ERR_TRUNCATED (the data ends early: the rows before and the palette are loaded).
+ */
+int ORNAPI loadgif(const char *name, imgdes *image);
+int ORNAPI loadgifW(const WCHAR *name, imgdes *image);
+int ORNAPI loadgiffrombuffer(const void *buffer, imgdes *image);
+
+/* Like loadgif, for the frame that the records of gifinfoframe or gifinfoallframes describe. */
+int ORNAPI loadgifframe(const char *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame);
+int ORNAPI loadgifframeW(const WCHAR *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame);
+int ORNAPI loadgifframefrombuffer(const void *buffer, imgdes *image, GifGlobalInfo *global,
+                                  GifFrameInfo *frame);
+
+/*
+ * Reads a colour table into the caller's 256 entries: that of the first frame, or of any frame, with the global
+ * one where the frame has none of its own; or the global table.
+ * Returns the number of entries (0 without a table: nothing is stored), or a code of gifinfoframe.
+ */
+int ORNAPI loadgifpalette(const char *name, RGBQUAD *palette);
+int ORNAPI loadgifpaletteW(const WCHAR *name, RGBQUAD *palette);
+int ORNAPI loadgifpalettefrombuffer(const void *buffer, RGBQUAD *palette);
+int ORNAPI loadgifglobalpalette(const char *name, RGBQUAD *palette);
+int ORNAPI loadgifglobalpaletteW(const WCHAR *name, RGBQUAD *palette);
+int ORNAPI loadgifglobalpalettefrombuffer(const void *buffer, RGBQUAD *palette);
+int ORNAPI loadgifframepalette(const char *name, RGBQUAD *palette, int frameno);
+int ORNAPI loadgifframepaletteW(const WCHAR *name, RGBQUAD *palette, int frameno);
+int ORNAPI loadgifframepalettefrombuffer(const void *buffer, RGBQUAD *palette, int frameno);
+
+/*
+ * Copies the file's comment, at most size - 1 bytes and a terminating 0. A null buffer only measures, up to
+ * 31999 bytes. Returns the number of bytes without the 0, ERR_NO_FRAME (no comment), or a code of gifinfo.
+ */
+int ORNAPI getgifcomment(const char *name, char *buffer, int size);
+int ORNAPI getgifcommentW(const WCHAR *name, char *buffer, int size);
+
+/* ---- GIF: writing ------------------------------------------------------------------------------------- */
+
+#define GIF_INTERLACE 1    /* interlaced rows */
+#define GIF_TRANSPARENT 2  /* write the transparent colour index */
+#define GIF_16COLORS 4     /* 4 bits per pixel; at most 16 palette entries */
+#define GIF_BITS(n) ((n) << 16) /* n bits per pixel, 1 to 8; at most 2 to the power of n palette entries */
+
+/*
+ * Saves the area of a 1- or 8-bit image as a GIF of one frame. A failed save leaves no file.
+ * The data is written without string codes, larger than the pixels, and can be read by every GIF reader.
+ * Pixels that need more bits than are written lose the upper ones.
+ * Returns 0, the codes of checkrange1_, ERR_BITS (24-bit image), ERR_RANGE (more palette entries than the bits
+ * per pixel can name), ERR_TOO_LARGE (area wider or higher than 65535), ERR_ARGUMENT (no palette), ERR_CREATE,
+ * ERR_MEMORY, ERR_WRITE (disk full).
+ */
+int ORNAPI savegif(const char *name, imgdes *image);
+int ORNAPI savegifW(const WCHAR *name, imgdes *image);
+
+/*
+ * Like savegif, with options.
+ *   flags       any of the GIF_ flags above; 0 for none
+ *   transcolor  with GIF_TRANSPARENT: a colour index, 0 to 255, or -1 for none; else unused
+ * The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure.
+ * Returns what savegif returns; ERR_ARGUMENT also for another transcolor.
+ */
+int ORNAPI savegifex(const char *name, imgdes *image, UINT flags, int transcolor);
+int ORNAPI savegifexW(const WCHAR *name, imgdes *image, UINT flags, int transcolor);
+int ORNAPI savegiftobufferex(void **buffer, imgdes *image, UINT flags, int transcolor);
+
+/*
+ * Saves the area of an image as one frame of an animation: makes the file, or appends to one that is there.
+ *   global  for a new file: screenwidth, screenheight, hasglobalpalette (write the image's palette as the global
+ *           table), bkgndcolor, loopcount (0 for ever)
+ *   frame   left, top, haslocalpalette (write the image's palette as the frame's own), delay, disposal,
+ *           userinput, transcolor
+ * At least one of the two palettes must be asked for. An append that fails leaves the file as it was. The
+ * buffer form always makes a new file of one frame.
+ * Returns what savegifex returns.
+ */
+int ORNAPI savegifframe(const char *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame, UINT flags);
+int ORNAPI savegifframeW(const WCHAR *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame,
+                         UINT flags);
+int ORNAPI savegifframetobuffer(void **buffer, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame,
+                                UINT flags);
+
+/*
+ * Sets the header's version for the saves to come: 89, or 87 for any other value. With 89, text is written as a
+ * comment by the next save that succeeds; it is not copied and must stay valid until then. No text, or an empty
+ * one, writes no comment.
+ */
+void ORNAPI setgifcomment(int version, const char *text);
+/* ---- JPEG reading -------------------------------------------------------------------------------------- */
+
+/* ---- JPEG reading -------------------------------------------------------------------------------------- */
+
+/* What a JPEG file says about its picture: ten 32-bit fields. */
+typedef struct JpegInfo {
+    int ftype;       /* 0 baseline, 1 extended, 2 progressive (all three are loaded), 3 lossless, 9 to 11
+                        arithmetic-coded; -1 if the file describes no picture */
+    UINT width;      /* in pixels */
+    UINT height;
+    UINT comps;      /* colour components: 1 grey, 3 colour, 4 CMYK or YCCK */
+    UINT precision;  /* bits per sample; 8 in files that are loaded */
+    UINT sampfac[4]; /* per component horizontal sampling factor << 4 | vertical one; 0 if there is none */
+    UINT vbitcount;  /* bits per pixel of the image to load into: 8 for one component, else 24 */
+} JpegInfo;
+
+/* The same with resolution and stored thumbnail: 60 bytes. */
+typedef struct JpegInfoEx {
+    int ftype;
+    UINT width;
+    UINT height;
+    UINT comps;
+    UINT precision;
+    UINT sampfac[4];
+    UINT vbitcount;
+    UINT xdensity;  /* 0 if the file has none, or has it in dots per centimetre */
+    UINT ydensity;
+    UINT densunits; /* 0 aspect ratio only, 1 dots per inch */
+    UINT thumbnail; /* 1 if the file stores a thumbnail, else 0 */
+    unsigned char thumbwidth; /* in pixels */
+    unsigned char thumbheight;
+    unsigned char thumbbits; /* 8 (palette) or 24 */
+    unsigned char thumbtype; /* 0x10 JPEG-coded, 0x11 palette, 0x13 RGB */
+} JpegInfoEx;
+
+/*
+ * Reads a JPEG's headers up to its first scan; nothing behind it is looked at. After ERR_BAD_JPEG the record
+ * holds what was found before the flaw.
+ * Returns 0, ERR_OPEN, ERR_BAD_JPEG (see jpeggeterror), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its
+ * first 100 bytes are not readable). All JPEG calls on several threads take turns.
+ */
+int ORNAPI jpeginfo(const char *name, JpegInfo *info);
+int ORNAPI jpeginfoW(const WCHAR *name, JpegInfo *info);
+int ORNAPI jpeginfofrombuffer(const void *buffer, JpegInfo *info);
+
+/* Like jpeginfo, but the record is filled whatever the result; with ftype -1 where nothing could be read. */
+int ORNAPI jpeginfoex(const char *name, JpegInfoEx *info);
+int ORNAPI jpeginfoexW(const WCHAR *name, JpegInfoEx *info);
+int ORNAPI jpeginfofrombufferex(const void *buffer, JpegInfoEx *info);
+
+/*
+ * Loads a JPEG (baseline, extended or progressive Huffman coding) into the area of an allocated image: the
+ * picture's top-left part, as many rows and columns as both have; other pixels stay as they are. One-component
+ * pictures need an 8-bit image, whose palette becomes the grey ramp, others a 24-bit one.
+ * A progressive picture that was cut behind its first scan loads as far as it goes, with result 0. After any
+ * failure what has been decoded stays in the image.
+ * Returns 0, the codes of checkrange_, ERR_OPEN, ERR_BAD_JPEG or ERR_TRUNCATED (see jpeggeterror), ERR_NO_DATA (a
+ * colour plane is missing), ERR_BITS (wrong image for this file), ERR_RANGE (picture of no width or height, or
+ * over 32767), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100 bytes are not readable).
+ */
+int ORNAPI loadjpg(const char *name, imgdes *image);
+int ORNAPI loadjpgW(const WCHAR *name, imgdes *image);
+int ORNAPI loadjpgfrombuffer(const void *buffer, imgdes *image);
+
+/*
+ * Like loadjpg, with the colour conversion chosen by option: JPEG_COLOR_AUTO takes it from the file, the others
+ * say what the file's components are. CMYK and YCCK need four components; the missing fourth of three counts as
+ * no black.
+ */
+#define JPEG_COLOR_AUTO 0
+#define JPEG_COLOR_YCBCR 0x80
+#define JPEG_COLOR_RGB 0x81
+#define JPEG_COLOR_CMYK 0x82
+#define JPEG_COLOR_YCCK 0x83
+int ORNAPI loadjpgex(const char *name, imgdes *image, UINT option);
+int ORNAPI loadjpgexW(const WCHAR *name, imgdes *image, UINT option);
+int ORNAPI loadjpgfrombufferex(const void *buffer, imgdes *image, UINT option);
+
+/*
+ * Loads a small picture into the area's top left, in the shape of the whole picture and never larger than it:
+ * the thumbnail stored in the file, scaled by picking pixels, or where there is none that can be loaded the
+ * picture itself reduced by picking pixels, which is faster than loading it whole. Pixels beside it stay as they
+ * are, and so does the record's area.
+ *   mode  1 takes no notice of a stored thumbnail; any other value uses it
+ * The image needs the bit count of what is loaded: 8 for a palette thumbnail (which brings its palette) and for
+ * one-component pictures, else 24.
+ * Returns 0, the codes of loadjpg; ERR_RANGE if nothing is left of the picture in one direction; ERR_TRUNCATED
+ * also for a thumbnail that is cut.
+ */
+int ORNAPI loadjpgthumbnail(const char *name, imgdes *image, int mode);
+int ORNAPI loadjpgthumbnailW(const WCHAR *name, imgdes *image, int mode);
+int ORNAPI loadjpgthumbnailfrombuffer(const void *buffer, imgdes *image, int mode);
+
+/*
+ * The reason behind the last failed JPEG call of the process, 0 if it had none of these:
+ *   -100 precision is not 8 bits      -101 data ends early             -104 reading failed
+ *   -105 bad Huffman code or table    -106 too many components, bad sampling factors, or a missing table
+ *   -107 more than 10 blocks per MCU  -109 not 1, 3 or 4 components    -110 frame type that is not decoded
+ *   -113 bad scan parameters          -114 output memory ran out       -115 writing failed
+ * A progressive picture that was cut behind its first scan loads with result 0 and leaves -101 here.
+ */
+int ORNAPI jpeggeterror(void);
+
+/* ---- JPEG writing ------------------------------------------------------------------------------------- */
+
+/*
+ * Saves the area of an 8- or 24-bit image as a JFIF file. Images of 24 bits and palette images are written in
+ * colour, at half the resolution for the colour differences (4:2:0); 8-bit images with the grey mark in grey,
+ * where the pixel is the grey level whatever the palette.
+ *   quality  1 (small) to 100 (fine), values outside count as the nearer end
+ * The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure. A failed save leaves no
+ * file. Calls on several threads take turns.
+ * Returns 0, the codes of checkrange_, ERR_TOO_LARGE, ERR_CREATE, ERR_WRITE (disk full), ERR_MEMORY.
+ */
+int ORNAPI savejpg(const char *name, imgdes *image, int quality);
+int ORNAPI savejpgW(const WCHAR *name, imgdes *image, int quality);
+int ORNAPI savejpgtobuffer(void **buffer, imgdes *image, int quality);
+
+#define JPG_PROGRESSIVE 1  /* several scans, from rough to fine */
+#define JPG_OPTIMISED 2    /* Huffman tables made for the picture: a smaller file, written more slowly */
+#define JPG_THUMBNAIL 0x10 /* may be added: store a thumbnail (see jpegsetthumbnailsize) */
+
+/*
+ * Like savejpg, but with options: 0, one of the numbers above, or JPG_THUMBNAIL with one of the others. Any
+ * other number is a plain file. Progressive and optimised files need memory for the whole picture's coefficients,
+ * about twice its bytes. Also returns ERR_THUMB_SIZE: the thumbnail has 64 KB or more.
+ */
+int ORNAPI savejpgex(const char *name, imgdes *image, int quality, UINT options);
+int ORNAPI savejpgexW(const WCHAR *name, imgdes *image, int quality, UINT options);
+int ORNAPI savejpgtobufferex(void **buffer, imgdes *image, int quality, UINT options);
+
+/*
+ * The resolution that the next JPEG file saved will carry; later ones have 1, 1, 0 again.
+ *   xres, yres  0 to 65535
+ *   units       0: none, xres and yres are an aspect ratio; 1: dots per inch; 2: dots per cm
+ * A value out of range leaves that setting as it is.
+ */
+void ORNAPI jpegsetxyresolution(UINT xres, UINT yres, UINT units);
+
+/*
+ * The longer side, in pixels, of the thumbnails that are stored from now on; at first 64.
+ * Returns 0, ERR_ARGUMENT (not 1 to 255).
+ */
+int ORNAPI jpegsetthumbnailsize(UINT size);
 
 #ifdef __cplusplus
 }
