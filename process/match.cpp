@@ -40,7 +40,7 @@ class MatchCache {
     WorkArray<std::uint16_t> indices_;
 };
 
-// One call's work. Each loop over pixels is a function of its own, not inlined: it needs all registers.
+// One call's work. Its loops over pixels are functions of their own, not inlined: they need all registers.
 template <class Search>
 class Matching {
  public:
@@ -54,8 +54,8 @@ class Matching {
             [&](const std::uint8_t* bgr, std::uint8_t*, unsigned y) { mapRow(to_[y], bgr, size.width); });
     }
 
-    // Keeps to the order of rows in which both may lie in one image.
-    void diffuse(DiffusionRows& rows, Size size) {
+    // Reads no row before the one two above it is written: both areas may lie in one image.
+    [[gnu::noinline]] void diffuse(DiffusionRows& rows, Size size) {
         rows.run(
             size.height, [&](std::uint8_t* bgr, unsigned y) { from_.load(bgr, y, size.width); },
             [&](const std::uint8_t* current, std::uint8_t* below, unsigned y) {
@@ -76,6 +76,7 @@ class Matching {
             indices[x] = cache_.index(key, search_, [=] { return bgr + std::size_t{3} * x; });
         });
     }
+
     // Chooses the colours of a row's pixels, and stores their indices.
     auto chooser(unsigned y) {
         return [this, indices = to_[y]](unsigned x, std::uint32_t bgr) {
