@@ -21,7 +21,7 @@ testing=(
 )
 # Programs that judge our files. Tests that want one skip where it is absent.
 judging=(
-    imagemagick=convert
+    imagemagick=identify
     giflib-tools=giftext
     libjpeg-turbo-progs=djpeg
     pngcheck=pngcheck
