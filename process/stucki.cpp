@@ -56,15 +56,17 @@ class Reach {
         pixels_ = _mm_adds_epu8(pixels_, _mm_load_si128(reinterpret_cast<const __m128i*>(share.gain)));
         pixels_ = _mm_subs_epu8(pixels_, _mm_load_si128(reinterpret_cast<const __m128i*>(share.loss)));
     }
-    // Lets go of the leftmost pixels and takes in those to the right.
-    void move() {
+    // Stores the leftmost pixels and moves on by one.
+    void letGo() {
         below_[-2] = static_cast<std::uint8_t>(_mm_cvtsi128_si32(pixels_));
         secondBelow_[-2] = static_cast<std::uint8_t>(_mm_extract_epi16(pixels_, 4));
         pixels_ = _mm_srli_epi64(pixels_, 8);
-        pixels_ = _mm_insert_epi16(pixels_, below_[3], 2);
-        pixels_ = _mm_insert_epi16(pixels_, secondBelow_[3], 6);
         below_++;
         secondBelow_++;
+    }
+    void takeIn() {
+        pixels_ = _mm_insert_epi16(pixels_, below_[2], 2);
+        pixels_ = _mm_insert_epi16(pixels_, secondBelow_[2], 6);
     }
 
  private:
@@ -86,12 +88,13 @@ void diffuseStuckiRow(std::uint8_t* row, std::uint8_t* below, std::uint8_t* seco
         row[x] = static_cast<std::uint8_t>(level);
         const int afterNext = clamped(row[x + 2] + shares.afterNext[level]);
         reach.spread(static_cast<unsigned>(level));
-        reach.move();
+        reach.letGo();
+        reach.takeIn();
         level = clamped(next + shares.next[level]);
         next = afterNext;
     }
     // The last pixels of the rows below are still in reach.
-    for (unsigned i = 0; i < 2; i++) reach.move();
+    for (unsigned i = 0; i < 2; i++) reach.letGo();
 }
 
 }  // namespace orn32
