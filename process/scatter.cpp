@@ -45,18 +45,23 @@ constexpr CubeColours cubeColours;
 template <class Colours>
 int scatter(const imgdes& source, const imgdes& destination, const Colours& colours) {
     const Size size = commonSize(source, destination);
-    DiffusionRows rows(size.width);
+    DiffusionRows rows(size.width, 3);
     if (!rows) return ERR_MEMORY;
     const ColourRows from(source);
     const AreaRows to(destination);
-    rows.run(
-        size.height, [&](std::uint8_t* bgr, unsigned y) { from.load(bgr, y, size.width); },
-        [&](std::uint8_t* current, std::uint8_t* below, unsigned y) {
-            diffuseRow(current, below, size.width, [&, indices = to[y]](unsigned x, std::uint32_t bgr) {
-                const Choice choice = colours.nearest(bgr);
-                indices[x] = choice.index;
-                return PixelLanes(choice.colour);
-            });
+    const auto load = [&](std::uint8_t* bgr, unsigned y) { from.load(bgr, y, size.width); };
+    const auto chooser = [&](unsigned y) {
+        return [&colours, indices = to[y]](unsigned x, std::uint32_t bgr) {
+            const Choice choice = colours.nearest(bgr);
+            indices[x] = choice.index;
+            return PixelLanes(choice.colour);
+        };
+    };
+    if (source.header->biBitCount == 24)
+        rows.runTwoAtOnce(size.height, load, chooser, [](std::uint32_t) { return true; });
+    else  // both may lie in one image: rows have to be loaded in its order
+        rows.run(size.height, load, [&](const std::uint8_t* current, std::uint8_t* below, unsigned y) {
+            diffuseRow(current, below, size.width, chooser(y));
         });
     return 0;
 }
