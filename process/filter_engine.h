@@ -80,7 +80,7 @@ class NeighbourRows {
 // Returns 0, ERR_ARGUMENT (size), ERR_BITS (bit counts differ), ERR_RANGE (the area is smaller than the
 // neighbourhood), ERR_MEMORY.
 template <class Format, class Filter>
-[[nodiscard]] int filterengine_(const imgdes& source, const imgdes& destination, Filter filter, int k) {
+[[nodiscard]] int filterengine_(const imgdes& source, const imgdes& destination, Filter&& filter, int k) {
     if (k < 3 || k > static_cast<int>(largestNeighbourhood)) return ERR_ARGUMENT;
     if (source.header->biBitCount != destination.header->biBitCount) return ERR_BITS;
     const unsigned size = static_cast<unsigned>(k - 1) | 1, radius = size / 2;

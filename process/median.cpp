@@ -1,4 +1,5 @@
 // The median of a neighbourhood: of levels their middle value, of colours the pixel of middle brightness.
+#include <bit>
 #include <cstdint>
 
 #include "core/range_check.h"
@@ -7,12 +8,14 @@
 #include "process/lanes.h"
 #include "process/palette_row.h"
 #include "process/quickselect.h"
+#include "process/sliding_median.h"
 #include "process/viargb.h"
 
 namespace orn32 {
 namespace {
 
 constexpr int smallestSize = 3, largestSize = 11;
+constexpr int slidingFrom = 9;  // below, sixteen windows counted at once are faster than one that slides
 constexpr unsigned mostNeighbours = largestSize * largestSize;
 
 template <class Lanes>
@@ -43,13 +46,33 @@ __m128i medianOfNine(const T* top, const T* middle, const T* bottom) {
                                 Lanes::lower(Lanes::lower(high[0], high[1]), high[2]));
 }
 
-// Bit by bit from the highest: the median is the largest value that more than half of the neighbours reach.
+// The smallest and the largest of the values that the windows of a whole register see.
+struct Range {
+    unsigned least, most;
+};
+
+template <class Lanes, class RowAt>
+Range rangeOf(RowAt rowAt, unsigned size) {
+    __m128i low = loadLanes(rowAt(0)), high = low;
+    for (unsigned y = 0; y < size; y++) {
+        for (unsigned x = 0; x < size; x += size / 2) {
+            const __m128i values = loadLanes(rowAt(y) + x);
+            low = Lanes::lower(low, values);
+            high = Lanes::higher(high, values);
+        }
+    }
+    return {Lanes::lowest(low), Lanes::highest(high)};
+}
+
+// The median is the largest value that more than half of the neighbours reach. It is found bit by bit from
+// the highest, as its distance from the smallest value around.
 template <class Lanes, class RowAt>
 __m128i medianByCounting(RowAt rowAt, unsigned size) {
+    const Range range = rangeOf<Lanes>(rowAt, size);
     const __m128i half = Lanes::all(size * size / 2);
-    __m128i median = _mm_setzero_si128();
-    for (unsigned bit = Lanes::valueBits; bit-- > 0;) {
-        const __m128i candidate = _mm_or_si128(median, Lanes::all(1u << bit));
+    __m128i median = Lanes::all(range.least);
+    for (auto bit = static_cast<unsigned>(std::bit_width(range.most - range.least)); bit-- > 0;) {
+        const __m128i candidate = Lanes::plus(median, Lanes::all(1u << bit));
         __m128i reaching = _mm_setzero_si128();
         for (unsigned y = 0; y < size; y++) {
             const auto* row = rowAt(y);
@@ -61,7 +84,8 @@ __m128i medianByCounting(RowAt rowAt, unsigned size) {
     return median;
 }
 
-struct LevelMedian {
+// Small neighbourhoods of levels, sixteen at a time.
+struct SmallLevelMedian {
     unsigned size = 0;
 
     bool prepare(unsigned, unsigned neighbourhood) {
@@ -138,8 +162,11 @@ int median(int size, imgdes* source, imgdes* destination) {
     if (size < smallestSize || size > largestSize) return ERR_ARGUMENT;
     if (const int code = checkRange(source, bits8and24)) return code;
     if (const int code = checkRange(destination, bits8and24)) return code;
-    if (source->header->biBitCount == 8)
-        return filterengine_<LevelFormat>(*source, *destination, LevelMedian(), size);
+    if (source->header->biBitCount == 8) {
+        if (size >= slidingFrom)
+            return filterengine_<LevelFormat>(*source, *destination, SlidingMedian(), size);
+        return filterengine_<LevelFormat>(*source, *destination, SmallLevelMedian(), size);
+    }
     return filterengine_<ColourFormat>(*source, *destination, ColourMedian(), size);
 }
 

@@ -19,7 +19,8 @@ struct Dilation {
     unsigned threshold;
 
     explicit Dilation(int amount) : threshold(neighbours * static_cast<unsigned>(amount)) {}
-    static __m128i extreme(__m128i a, __m128i b) { return _mm_min_epu8(a, b); }
+    static __m128i extremeLevel(__m128i a, __m128i b) { return _mm_min_epu8(a, b); }
+    static __m128i extremeBrightness(__m128i a, __m128i b) { return _mm_min_epi16(a, b); }
     // Among equally dark neighbours the first counts.
     static __m128i replaces(__m128i brightness, __m128i darkest) {
         return _mm_cmpgt_epi16(darkest, brightness);
@@ -42,7 +43,8 @@ struct Erosion {
     unsigned threshold;
 
     explicit Erosion(int amount) : threshold(neighbours * (255 - static_cast<unsigned>(amount))) {}
-    static __m128i extreme(__m128i a, __m128i b) { return _mm_max_epu8(a, b); }
+    static __m128i extremeLevel(__m128i a, __m128i b) { return _mm_max_epu8(a, b); }
+    static __m128i extremeBrightness(__m128i a, __m128i b) { return _mm_max_epi16(a, b); }
     // Among equally bright neighbours the last counts.
     static __m128i replaces(__m128i brightness, __m128i brightest) {
         return _mm_cmpeq_epi16(_mm_max_epi16(brightness, brightest), brightness);
@@ -75,7 +77,7 @@ struct LevelFilter : MorphologyFilter<Change> {
             __m128i extreme = loadLanes(rows[1] + x + 1), low = zero, high = zero;
             for (unsigned i = 0; i < neighbours; i++) {
                 const __m128i level = loadLanes(rows[i / 3] + x + i % 3);
-                extreme = Change::extreme(extreme, level);
+                extreme = Change::extremeLevel(extreme, level);
                 low = _mm_add_epi16(low, _mm_unpacklo_epi8(level, zero));
                 high = _mm_add_epi16(high, _mm_unpackhi_epi8(level, zero));
             }
@@ -125,7 +127,7 @@ struct ColourFilter : MorphologyFilter<Change> {
  private:
     static void consider(__m128i& extreme, __m128i& blueRed, __m128i brightness, __m128i itsBlueRed) {
         const __m128i better = Change::replaces(brightness, extreme);
-        extreme = select(better, brightness, extreme);
+        extreme = Change::extremeBrightness(extreme, brightness);
         blueRed = select(better, itsBlueRed, blueRed);
     }
 };
