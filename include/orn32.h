@@ -319,6 +319,101 @@ int ORNAPI colortogray(imgdes *source, imgdes *destination);
 int ORNAPI convertgray16to8(imgdes *source, imgdes *destination);
 int ORNAPI convertgray8to16(imgdes *source, imgdes *destination);
 
+/* ---- Dithering, black and white ----------------------------------------------------------------------- */
+
+/*
+ * Reduce an 8- or 24-bit image to one of two fixed palettes, by an ordered 8 x 8 matrix or by Floyd-Steinberg
+ * error diffusion, and give the 8-bit destination that palette.
+ *   cube  0: black, white and the six pure colours, which lie in the palette of defaultpalette;
+ *         else 6 x 6 x 6 colours in the entries 10 to 225, from white down to black in steps of 51, with blue
+ *         counting fastest. Entries 226 to 245 are greys, the others the system's 20 colours.
+ * The destination's grey mark is cleared and a DIB section's colours are updated. On failure nothing changes.
+ * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (a palette missing, or the
+ * destination's too small), ERR_MEMORY.
+ */
+int ORNAPI colordither(imgdes *source, imgdes *destination, int cube);
+int ORNAPI colorscatter(imgdes *source, imgdes *destination, int cube);
+
+/*
+ * Turns an 8-bit image into a 1-bit one of black and white and gives it that palette. Colours count as their
+ * grey levels (see colortogray).
+ *   mode  0: Stucki error diffusion; 1: ordered dither; any other: white from level 128 on
+ * Returns 0, the codes of checkrange1_, ERR_BITS (not 8 to 1 bit), ERR_RANGE (source without a palette),
+ * ERR_MEMORY.
+ */
+int ORNAPI convert8bitto1bit(int mode, imgdes *source, imgdes *destination);
+
+/*
+ * Turns a 1-bit image into an 8-bit grey one: clear bits become 0, set ones 255, whatever the 1-bit palette is.
+ * The smooth variant mixes every pixel but the first and last of a row with its two neighbours in the row.
+ * Returns 0, the codes of checkrange1_, ERR_BITS (not 1 to 8 bits); smooth: ERR_RANGE (fewer than 3 columns).
+ */
+int ORNAPI convert1bitto8bit(imgdes *source, imgdes *destination);
+int ORNAPI convert1bitto8bitsmooth(imgdes *source, imgdes *destination);
+
+/* ---- Filters ------------------------------------------------------------------------------------------ */
+
+/*
+ * Filters make each pixel of the destination's area from the pixels around its place in the source's area;
+ * beyond the area's edges its border pixels repeat. Source and destination may be the same image and have the
+ * same bit count. An 8-bit image with a colour palette is filtered as colours, and the whole destination
+ * picture is given a new palette of 256 colours.
+ */
+
+/*
+ * Make pixels the darkest (dilate: dark parts grow) or the brightest (erode: dark parts shrink) of the 3 x 3
+ * around them.
+ *   amount  0 to 255, how much: pixels stay where the mean of the nine is above amount (dilate), or below 255 -
+ *           amount (erode). For 1-bit images the share of set bits among the nine decides in the same way.
+ * Returns 0, ERR_ARGUMENT, the codes of checkrange1_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
+ * 3 x 3), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI dilate(int amount, imgdes *source, imgdes *destination);
+int ORNAPI erode(int amount, imgdes *source, imgdes *destination);
+
+/*
+ * Makes each pixel the median of the size x size pixels around it; of colours, one with the median brightness.
+ *   size  3 to 11; an even size counts as the next smaller one
+ * Returns 0, ERR_ARGUMENT, the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
+ * size x size), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI medianfilter(int size, imgdes *source, imgdes *destination);
+
+/* Like medianfilter with size 3. */
+int ORNAPI removenoise(imgdes *source, imgdes *destination);
+
+/* ---- Hue, overlays, blocks ---------------------------------------------------------------------------- */
+
+/*
+ * Convert count colours between 4-byte elements blue, green, red, reserved and 3-byte elements hue, saturation,
+ * value. Hue 0 to 255 stands for the full circle from red over green (85) and blue (171); saturation 255 is
+ * full; value is the largest of red, green and blue. The reserved byte is neither read nor written. Nothing
+ * happens for a count of 0 or less.
+ */
+void ORNAPI rgb2hsv(const unsigned char *rgb, unsigned char *hsv, int count);
+void ORNAPI hsv2rgb(const unsigned char *hsv, unsigned char *rgb, int count);
+
+/*
+ * Copies the source's area and replaces its square blocks, from the top-left, by their mean colour; columns and
+ * rows at the right and bottom that do not fill a block stay as copied. An 8-bit image with a colour palette is
+ * given a new palette for the whole destination picture.
+ *   blocksize  2 to 63, and no more than the smaller side of the area
+ * Returns 0, the codes of copyimage, ERR_ARGUMENT, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI pixellize(int blocksize, imgdes *source, imgdes *destination);
+
+/*
+ * Lays the image over on the image under, all three images of 8 or all of 24 bits. cover keeps the pixels of
+ * over that are brighter than level (0 to 255; of 24-bit pixels the sum of the channels against 3 * level);
+ * coverclear keeps those that are not of the colour clearcolor (blue << 16 | green << 8 | red; of 8-bit pixels its
+ * low byte). Everywhere else under shows. Palette images are decided channel by channel, and the whole
+ * result picture gets a new palette. The result may be one of the other two.
+ * Returns 0, ERR_ARGUMENT (level, clearcolor), the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE
+ * (a palette missing), ERR_MEMORY, and convertrgbtopalex's. Calls on several threads take turns.
+ */
+int ORNAPI cover(int level, imgdes *under, imgdes *over, imgdes *result);
+int ORNAPI coverclear(int clearcolor, imgdes *under, imgdes *over, imgdes *result);
+
 /* ---- BMP ---------------------------------------------------------------------------------------------- */
 
 /*
