@@ -43,6 +43,20 @@ Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std
     return result;
 }
 
+namespace {
+
+// Lets the window system do what it puts off until a program waits for messages: mapping, showing what was
+// drawn.
+void settle() {
+    for (int i = 0; i < 3; i++) {
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+    }
+}
+
+}  // namespace
+
 Window::Window(Kind kind, SIZE client) {
     window_ = kind == sizeOnly ? CreateWindowW(L"STATIC", L"", WS_POPUP, 0, 0, client.cx, client.cy,
                                                HWND_MESSAGE, nullptr, nullptr, nullptr)
@@ -51,6 +65,7 @@ Window::Window(Kind kind, SIZE client) {
     if (kind == onScreen && window_) {
         UpdateWindow(window_);
         SetForegroundWindow(window_);
+        settle();
     }
 }
 
@@ -100,6 +115,7 @@ void Surface::clear() {
 }
 
 Pixels shownBy(const Window& window) {
+    settle();
     const SIZE size = window.client();
     POINT corner = {0, 0};
     ClientToScreen(window, &corner);

@@ -4,7 +4,7 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
+#include <string>
 #include <vector>
 
 #include "tests/support/test_image.h"
@@ -28,14 +28,14 @@ constexpr std::uint32_t backdrop = 0xC04080;
 
 Pixels blank(int width, int height);
 
-// The colour that a picture's pixel stands for; sixteen bits are five each to GDI.
+// The colour that a picture's pixel stands for.
 std::uint32_t colourOf(const TestImage& image, int x, int y);
 
 // A canvas on which image point (x, y) lies at client point (screenX, screenY), pixel by pixel.
 Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std::int64_t x, std::int64_t y,
                   std::int64_t screenX, std::int64_t screenY);
 
-// A window of the given client area. Without parent on the screen it needs no display and only has a size.
+// A window of the given client area. One that only has a size needs no display.
 class Window {
  public:
     enum Kind { sizeOnly, onScreen };
@@ -76,7 +76,8 @@ class Surface {
 // What the screen shows of a window's client area, read back from the display.
 Pixels shownBy(const Window& window);
 
-// How many more GDI objects the process could have: what leaks is missing here.
+// How many more GDI objects the process could have: what leaks is missing here. Wine cannot count them
+// (GetGuiResources gives 0).
 int spareGdiObjects();
 
 }  // namespace test
