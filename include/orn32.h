@@ -172,6 +172,35 @@ int ORNAPI copyimagebits(imgdes *source, imgdes *destination);
  */
 int ORNAPI copyimagepalette(const imgdes *source, imgdes *destination);
 
+/* ---- Display ------------------------------------------------------------------------------------------ */
+
+/*
+ * Draws the picture into a window's client area: picture point (x, y), counted from the top left, comes to the
+ * client area's top-left corner. The image area plays no part; what lies outside the picture is left as it is.
+ *   window   whose client area limits what is drawn
+ *   dc       where to draw, in pixels and with its origin at that area's corner
+ *   palette  gets a new logical palette of the image's colours, or 0 if it has none (24 bits); the caller
+ *            deletes it (DeleteObject) when it is no longer realised. It is selected and realised for drawing,
+ *            and dc has its own palette back afterwards. Null if the caller does not want it.
+ * A packed image's header is changed during the call, so no other thread may use the image meanwhile. An image
+ * without colours in its palette (palcolors 0) gets the default grey ones.
+ * Returns 0, also when nothing of the picture is visible; ERR_MEMORY (nothing is drawn), ERR_RANGE (null
+ * record, header or bits).
+ */
+int ORNAPI viewimage(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgdes *image);
+
+/*
+ * Like viewimage, but picture point (x, y) comes to client point (screenx, screeny); all of the picture that is
+ * visible then is drawn. Where dc has too few colours (24-bit images at 8 bits per pixel; images of 8 bits or
+ * more at up to 4, unless their palette has 1 to 16 colours), the visible part is reduced first, and *palette
+ * gets the colours of that.
+ *   mode     how to reduce: 0 the 256 colours that suit it best (at 8 bits; else like 1), 2 colorscatter,
+ *            other values colordither
+ * Returns the codes of viewimage and of the reduction.
+ */
+int ORNAPI viewimageex(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgdes *image, int screenx,
+                       int screeny, int mode);
+
 /* ---- Memory, versions --------------------------------------------------------------------------------- */
 
 typedef void *(__cdecl *ornalloc)(UINT size);               /* a block of size bytes, or null */
