@@ -24,7 +24,7 @@ class EndOfBandRun {
         if (length_ == 0) return;
         const unsigned n = static_cast<unsigned>(std::bit_width(length_)) - 1;
         pass_.ac(slot_).put(n << 4, 0);
-        pass_.put(length_ - (1u << n), n);
+        if (n > 0) pass_.put(length_ - (1u << n), n);
         pass_.putHeld();
         length_ = 0;
     }
