@@ -40,7 +40,7 @@ class BitReader {
     void setCursor(const Cursor& at) { at_ = at; }
 
     unsigned take(unsigned n) { return take(at_, n); }
-    LookEntry next(const DecodeTable& table, unsigned room = blockSize) { return next(at_, table, room); }
+    LookEntry next(const DecodeTable& table) { return next(at_, table); }
 
     // The next n bits, up to 16.
     unsigned take(Cursor& at, unsigned n) {
@@ -51,16 +51,34 @@ class BitReader {
     }
 
     // The next symbol with the value behind it, as far as the table's look-up has it: the complete flag, the
-    // run and the value of a LookEntry. Its bits are dropped, but those of an incomplete value, and those of
-    // a value whose run reaches beyond room coefficients: that ends the block.
-    LookEntry next(Cursor& at, const DecodeTable& table, unsigned room) {
+    // run and the value of a LookEntry. Its bits are dropped, but not those of an incomplete value.
+    LookEntry next(Cursor& at, const DecodeTable& table) {
         need(at, 16);
         const LookEntry entry = table.look[at.acc >> (32 - lookBits)];
-        const unsigned run = entry >> 8 & 0xFF;
-        if (!(entry & entryComplete) || (run >= room && run < endOfBand)) [[unlikely]]
-            return nextIncomplete(at, table, entry);
-        drop(at, entry & 0x7F);
-        return entry;
+        if (entry & entryComplete) [[likely]] {
+            drop(at, entry & entryBits);
+            return entry;
+        }
+        return nextIncomplete(at, table, entry);
+    }
+
+    // The value that an entry of next stands for.
+    int value(Cursor& at, LookEntry entry) {
+        if (entry & entryComplete) [[likely]]
+            return static_cast<std::int32_t>(entry) >> 16;
+        const unsigned count = entry >> 16;
+        return extend(take(at, count), count);
+    }
+
+    // Takes back that the bits of an entry's value were dropped.
+    static void giveBackValue(Cursor& at, LookEntry entry) {
+        const int value = static_cast<std::int32_t>(entry) >> 16;
+        if (!(entry & entryComplete) || value == 0) return;
+        const auto count =
+            static_cast<unsigned>(std::bit_width(static_cast<unsigned>(value < 0 ? -value : value)));
+        const auto bits = static_cast<unsigned>(value < 0 ? value - 1 : value);
+        at.acc = at.acc >> count | bits << (32 - count);
+        at.count += static_cast<int>(count);
     }
 
  private:
@@ -92,8 +110,8 @@ class BitReader {
 
     // A code longer than the look-up, or shorter with a value that the look-up does not have.
     LookEntry nextIncomplete(Cursor& at, const DecodeTable& table, LookEntry entry) {
-        if (entry && !(entry & entryComplete)) {
-            drop(at, entry & 0x7F);
+        if (entry) {
+            drop(at, entry & entryBits);
             return entry;
         }
         const LongSymbol symbol = longSymbol(at, table);

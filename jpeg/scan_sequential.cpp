@@ -8,19 +8,12 @@ namespace orn32::jpeg {
 
 namespace {
 
-inline int valueOf(BitReader& bits, BitReader::Cursor& at, LookEntry entry) {
-    if (entry & entryComplete) [[likely]]
-        return static_cast<std::int32_t>(entry) >> 16;
-    const unsigned count = entry >> 16;
-    return extend(bits.take(at, count), count);
-}
-
 inline int differenceAt(BitReader& bits, BitReader::Cursor& at, const DecodeTable& table) {
-    const LookEntry entry = bits.next(at, table, blockSize);
-    const unsigned run = entry >> 8 & 0xFF;
+    const LookEntry entry = bits.next(at, table);
+    const unsigned run = runOf(entry);
     if (run != 0 && run != endOfBand) [[unlikely]]
         fail(Detail::huffmanCode);  // more than 15 value bits
-    return valueOf(bits, at, entry);
+    return bits.value(at, entry);
 }
 
 }  // namespace
@@ -38,11 +31,14 @@ unsigned decodeBlock(BitReader& bits, const DecodeTable& dc, const DecodeTable& 
     predictor = static_cast<std::int16_t>(predictor + differenceAt(bits, at, dc));
     coefs[0] = predictor;
     unsigned last = 0;
-    for (unsigned k = 1; k < blockSize; k++) {
-        const LookEntry entry = bits.next(at, ac, blockSize - k);
-        k += entry >> 8 & 0xFF;
-        if (k >= blockSize) break;
-        coefs[naturalOrder[k]] = static_cast<std::int16_t>(valueOf(bits, at, entry));
+    while (last < blockSize - 1) {
+        const LookEntry entry = bits.next(at, ac);
+        const unsigned k = last + 1 + runOf(entry);
+        if (k >= blockSize) {
+            if (runOf(entry) < endOfBand) BitReader::giveBackValue(at, entry);
+            break;
+        }
+        coefs[naturalOrder[k]] = static_cast<std::int16_t>(bits.value(at, entry));
         last = k;
     }
     bits.setCursor(at);
