@@ -6,32 +6,42 @@
 
 namespace orn32::jpeg {
 
+namespace {
+
+inline int differenceAt(BitReader& bits, BitReader::Cursor& at, const DecodeTable& table) {
+    const LookEntry entry = bits.next(at, table);
+    const unsigned run = runOf(entry);
+    if (run != 0 && run != endOfBand) [[unlikely]]
+        fail(Detail::huffmanCode);  // more than 15 value bits
+    return bits.value(at, entry);
+}
+
+}  // namespace
+
 int decodeDifference(BitReader& bits, const DecodeTable& table) {
-    const LookEntry entry = bits.next(table);
-    const unsigned run = entry >> 8 & 0xFF;
-    if (run != 0 && run != endOfBand) fail(Detail::huffmanCode);  // more than 15 value bits
-    if (entry & entryComplete) return static_cast<std::int32_t>(entry) >> 16;
-    const unsigned count = entry >> 16;
-    return extend(bits.take(count), count);
+    BitReader::Cursor at = bits.cursor();
+    const int difference = differenceAt(bits, at, table);
+    bits.setCursor(at);
+    return difference;
 }
 
 unsigned decodeBlock(BitReader& bits, const DecodeTable& dc, const DecodeTable& ac, std::int16_t& predictor,
                      std::int16_t* coefs) {
-    predictor = static_cast<std::int16_t>(predictor + decodeDifference(bits, dc));
+    BitReader::Cursor at = bits.cursor();
+    predictor = static_cast<std::int16_t>(predictor + differenceAt(bits, at, dc));
     coefs[0] = predictor;
     unsigned last = 0;
-    for (unsigned k = 1; k < blockSize; k++) {
-        const LookEntry entry = bits.next(ac, blockSize - k);
-        k += entry >> 8 & 0xFF;
-        if (k >= blockSize) break;
-        int value = static_cast<std::int32_t>(entry) >> 16;
-        if (!(entry & entryComplete)) {
-            const unsigned count = entry >> 16;
-            value = extend(bits.take(count), count);
+    while (last < blockSize - 1) {
+        const LookEntry entry = bits.next(at, ac);
+        const unsigned k = last + 1 + runOf(entry);
+        if (k >= blockSize) {
+            if (runOf(entry) < endOfBand) BitReader::giveBackValue(at, entry);
+            break;
         }
-        coefs[naturalOrder[k]] = static_cast<std::int16_t>(value);
+        coefs[naturalOrder[k]] = static_cast<std::int16_t>(bits.value(at, entry));
         last = k;
     }
+    bits.setCursor(at);
     return last;
 }
 
