@@ -93,7 +93,8 @@ class InterleavedScan {
             const DecodeTable& ac = d_.tables.ac(d_.component(c));
             for (unsigned y = 0; y < layout.v; y++)
                 for (unsigned x = 0; x < layout.h; x++) {
-                    alignas(16) std::int16_t coefs[blockSize] = {};
+                    alignas(16) std::int16_t coefs[blockSize];
+                    clearBlock(coefs);
                     const unsigned last = decodeBlock(bits_, dc, ac, predictors_[c], coefs);
                     if (bits_.overrun()) fail(Detail::endOfData);
                     d_.output.place(c, mcu * layout.h + x, y, coefs, last);
@@ -160,7 +161,7 @@ class CollectingScan {
     // A component that comes in two scans has only the second one's coefficients.
     void decodeInto(unsigned c, unsigned x, unsigned y) {
         std::int16_t* coefs = coefficients_.block(c, x, y);
-        std::fill_n(coefs, blockSize, std::int16_t{0});
+        clearBlock(coefs);
         decodeBlock(bits_, d_.tables.dc(d_.component(c)), d_.tables.ac(d_.component(c)), predictors_[c],
                     coefs);
         if (bits_.overrun()) fail(Detail::endOfData);
