@@ -8,6 +8,7 @@
 #include "core/range_check.h"
 #include "process/lut.h"
 #include "process/palette_row.h"
+#include "process/pixel_sums.h"
 
 namespace orn32 {
 namespace {
@@ -78,7 +79,13 @@ bool bothBitCountsWrong(const imgdes& source, unsigned sourceBits, const imgdes&
 }  // namespace
 
 void greyRow(std::uint8_t* grey, const std::uint8_t* bgr, unsigned count) {
-    for (unsigned x = 0; x < count; x++, bgr += 3) grey[x] = greyLevel(bgr[0], bgr[1], bgr[2]);
+    unsigned x = 0;
+    for (; x + readByEight <= count; x += 8)
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(grey + x), greyOf8(bgr + std::size_t{3} * x));
+    for (; x < count; x++) {
+        const std::uint8_t* pixel = bgr + std::size_t{3} * x;
+        grey[x] = greyLevel(pixel[0], pixel[1], pixel[2]);
+    }
 }
 
 }  // namespace orn32

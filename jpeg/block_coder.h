@@ -1,0 +1,93 @@
+// Turning the quantised coefficients of a block into Huffman symbols (T.81 F.1.2).
+//
+// A sink takes symbols with their further bits: SymbolWriter writes them, SymbolCounts only counts. Every
+// coding procedure is written once, for any sink.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <bit>
+#include <cstdint>
+
+#include "jpeg/bit_writer.h"
+#include "jpeg/huffman_codes.h"
+#include "jpeg/huffman_optimise.h"
+
+namespace orn32::jpeg {
+
+// Which coefficients of a block are not zero, by zigzag position: low has positions 0 to 31.
+struct NonzeroMask {
+    std::uint32_t low, high;
+};
+
+// For each row in natural order and each pattern of its bits: the bits in zigzag order.
+struct ZigzagTable {
+    std::uint64_t bits[8][256];
+};
+extern const ZigzagTable zigzagTable;
+
+// From eight rows of bits in natural order to zigzag order.
+inline NonzeroMask inZigzagOrder(const std::uint8_t (&natural)[8]) {
+    const auto row = [&](unsigned y) {
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&zigzagTable.bits[y][natural[y]]));
+    };
+    const auto rows = [&](unsigned y) { return _mm_or_si128(row(y), row(y + 1)); };
+    const __m128i sum = _mm_or_si128(_mm_or_si128(rows(0), rows(2)), _mm_or_si128(rows(4), rows(6)));
+    NonzeroMask mask;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&mask), sum);
+    return mask;
+}
+
+struct SymbolWriter {
+    BitCursor& bits;
+    const HuffmanCodes& codes;
+
+    // further must fit the count in the symbol's low four bits.
+    [[gnu::always_inline]] void put(unsigned symbol, std::uint32_t further) {
+        const std::uint32_t entry = codes.entry[symbol];
+        bits.put(entry >> 5 | further, entry & 31);
+    }
+
+    // A value behind a run of up to 15 zeros.
+    [[gnu::always_inline]] void putValue(unsigned zeros, int value) {
+        const std::uint32_t* entries = value < 0 ? codes.entryOfNegative : codes.entry;
+        const std::uint32_t entry = entries[zeros << 4 | sizeOf(value)];
+        bits.put((entry >> 5) + static_cast<std::uint32_t>(value), entry & 31);
+    }
+};
+
+struct SymbolCounter {
+    SymbolCounts& counts;
+
+    void put(unsigned symbol, std::uint32_t) { counts.count[symbol]++; }
+    void putValue(unsigned zeros, int value) { counts.count[zeros << 4 | sizeOf(value)]++; }
+};
+
+constexpr unsigned endOfBlock = 0x00;
+constexpr unsigned sixteenZeros = 0xF0;
+
+// Visits the set bits of a mask from position 0 upwards.
+template <class Visit>
+[[gnu::always_inline]] inline void forEachBit(NonzeroMask mask, Visit visit) {
+    std::uint32_t bits = mask.low;
+    for (unsigned first = 0;; first = 32, bits = mask.high) {
+        for (; bits; bits &= bits - 1) visit(first + static_cast<unsigned>(std::countr_zero(bits)));
+        if (first) return;
+    }
+}
+
+// Codes the 63 AC coefficients; block.at(k) is the one at zigzag position k.
+template <class Sink, class Block>
+[[gnu::always_inline]] inline void codeAc(Sink sink, Block block) {
+    unsigned previous = 0;
+    forEachBit(
+        {block.nonzero.low & ~1u, block.nonzero.high}, [&](unsigned k) __attribute__((always_inline)) {
+            unsigned zeros = k - previous - 1;
+            for (; zeros > 15; zeros -= 16) sink.put(sixteenZeros, 0);
+            sink.putValue(zeros, block.at(k));
+            previous = k;
+        });
+    if (previous != 63) sink.put(endOfBlock, 0);
+}
+
+}  // namespace orn32::jpeg
