@@ -94,18 +94,21 @@ class ProgressiveScan {
             endOfBandRun_--;
             return;
         }
+        BitReader::Cursor at = bits_.cursor();
         for (unsigned k = scan_.ss; k <= scan_.se; k++) {
-            const LookEntry entry = bits_.next(table, blockSize - k);
-            const unsigned run = entry >> 8 & 0xFF;
-            if (run >= endOfBand) {
-                endOfBandRun_ = readEndOfBandRun(run) - 1;
-                return;
+            const LookEntry entry = bits_.next(at, table);
+            k += runOf(entry);
+            if (k >= blockSize) {
+                if (runOf(entry) >= endOfBand)
+                    endOfBandRun_ = readEndOfBandRun(at, runOf(entry)) - 1;
+                else
+                    BitReader::giveBackValue(at, entry);
+                break;
             }
-            k += run;
-            if (k >= blockSize) return;
-            const int value = valueOf(entry);
+            const int value = bits_.value(at, entry);
             if (value) put(coefs, k, value * (1 << scan_.al));
         }
+        bits_.setCursor(at);
     }
 
     void put(std::int16_t* coefs, unsigned k, int value) {
@@ -113,48 +116,43 @@ class ProgressiveScan {
         *rowHasAc_ = true;
     }
 
-    int valueOf(LookEntry entry) {
-        if (entry & entryComplete) return static_cast<std::int32_t>(entry) >> 16;
-        const unsigned count = entry >> 16;
-        return extend(bits_.take(count), count);
-    }
-
     // Blocks that the run covers, the one at hand included.
-    unsigned readEndOfBandRun(unsigned run) {
+    unsigned readEndOfBandRun(BitReader::Cursor& at, unsigned run) {
         const unsigned r = run - endOfBand;
-        return (1u << r) + bits_.take(r);
+        return (1u << r) + bits_.take(at, r);
     }
 
     // New coefficients come with their place among those that are 0; the others get a correction bit each as
     // they are passed (T.81 G.1.2.3).
     void refineAc(const DecodeTable& table, std::int16_t* coefs) {
+        BitReader::Cursor at = bits_.cursor();
         unsigned k = scan_.ss;
         if (endOfBandRun_ == 0) {
             for (; k <= scan_.se; k++) {
-                const LookEntry entry = bits_.next(table);
-                unsigned run = entry >> 8 & 0xFF;
-                if (run >= endOfBand) {
-                    endOfBandRun_ = readEndOfBandRun(run);
+                const LookEntry entry = bits_.next(at, table);
+                if (runOf(entry) >= endOfBand) {
+                    endOfBandRun_ = readEndOfBandRun(at, runOf(entry));
                     break;
                 }
-                const int value = valueOf(entry);
-                k = passZeros(coefs, k, run);
+                const int value = bits_.value(at, entry);
+                k = passZeros(at, coefs, k, runOf(entry));
                 if (value && k <= scan_.se) put(coefs, k, value > 0 ? 1 << scan_.al : -(1 << scan_.al));
             }
         }
         if (endOfBandRun_ > 0) {
-            if (hasAc(coefs)) passZeros(coefs, k, blockSize);
+            if (hasAc(coefs)) passZeros(at, coefs, k, blockSize);
             endOfBandRun_--;
         }
+        bits_.setCursor(at);
     }
 
     // Corrects the coefficients from k on that are not 0, up to the zero after run others, and returns where
     // that is: behind the band if there is none.
-    unsigned passZeros(std::int16_t* coefs, unsigned k, unsigned run) {
+    unsigned passZeros(BitReader::Cursor& at, std::int16_t* coefs, unsigned k, unsigned run) {
         for (; k <= scan_.se; k++) {
             std::int16_t& coef = coefs[naturalOrder[k]];
             if (coef)
-                correct(coef);
+                correct(at, coef);
             else if (run-- == 0)
                 break;
         }
@@ -162,9 +160,9 @@ class ProgressiveScan {
     }
 
     // A bit that is set already stays: only a repeated scan has one.
-    void correct(std::int16_t& coef) {
+    void correct(BitReader::Cursor& at, std::int16_t& coef) {
         const int bit = 1 << scan_.al;
-        if (bits_.take(1) && !(coef & bit))
+        if (bits_.take(at, 1) && !(coef & bit))
             coef = static_cast<std::int16_t>(coef > 0 ? coef + bit : coef - bit);
     }
 
