@@ -85,6 +85,8 @@ void Viewer::drawPicture(HDC dc) {
     const int code = viewimageex(window_, dc, &palette, from.x, from.y, image, to.x, to.y, mode_);
     if (palette_) DeleteObject(palette_);
     palette_ = palette;
+    // The window's frame was mixed of colours that the picture may have replaced.
+    if (palette && GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) SendMessageW(window_, WM_NCPAINT, 1, 0);
     if (code == 0)
         ExcludeClipRect(dc, to.x, to.y, to.x + image->header->biWidth - from.x,
                         to.y + image->header->biHeight - from.y);
