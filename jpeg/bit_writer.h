@@ -31,7 +31,8 @@ class BitCursor {
     // Fills the last byte with 1 bits and stores what is left; the cursor starts anew behind it.
     void pad() {
         put(0x7F, 7);
-        for (unsigned left = 32 - free_; left >= 8; left -= 8) next_ = storeByte(next_, accumulator_ >> (left - 8));
+        for (unsigned left = 32 - free_; left >= 8; left -= 8)
+            next_ = storeByte(next_, accumulator_ >> (left - 8));
         free_ = 32;
     }
 

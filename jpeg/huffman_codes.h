@@ -21,13 +21,14 @@ inline unsigned sizeOf(int value) {
 
 // The codes of a table by symbol. The low four bits of a symbol count the further bits that follow its code
 // (which is not so for the end-of-band runs of progressive scans: their further bits are written apart).
-// An entry has the length of both together in its lowest 5 bits, and above it the code, shifted up by the count
-// of further bits. Codes have at most 16 bits, further bits are at most 11. 0 for symbols that have no code.
+// An entry has the length of both together in its lowest 5 bits, and above it the code, shifted up by the
+// count of further bits. Codes have at most 16 bits, further bits are at most 11. 0 for symbols that have no
+// code.
 struct HuffmanCodes {
     std::uint32_t entry[256];
 
-    // The same for a negative value, which is coded as the bits of value - 1 at its size: all ones are added, so
-    // that a value of either sign is added to its entry's bits.
+    // The same for a negative value, which is coded as the bits of value - 1 at its size: all ones are added,
+    // so that a value of either sign is added to its entry's bits.
     std::uint32_t entryOfNegative[256];
 
     HuffmanCodes() = default;

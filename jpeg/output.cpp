@@ -41,34 +41,51 @@ bool Output::allocate() {
         Plane& plane = planes_[c];
         const std::uint64_t rows = plane.v * 8;
         plane.samples = {MemoryEntry::first, rows * static_cast<unsigned>(plane.stride) + rowMargin};
-        plane.columnWanted = {MemoryEntry::first, plane.blockColumns};
         plane.sampleOf = {MemoryEntry::first, size_.width};
+        plane.firstColumn = {MemoryEntry::first, plane.blockColumns + 1};
         plane.line = {MemoryEntry::first, size_.width + rowMargin};
-        if (!plane.samples || !plane.columnWanted || !plane.sampleOf || !plane.line) return false;
+        if (!plane.samples || !plane.sampleOf || !plane.firstColumn || !plane.line) return false;
         mapColumns(plane);
     }
     return true;
 }
 
 void Output::mapColumns(const Plane& plane) const {
-    std::memset(plane.columnWanted.get(), 0, plane.blockColumns);
+    unsigned block = 0;
+    plane.firstColumn[0] = 0;
     for (unsigned x = 0; x < size_.width; x++) {
         const unsigned sample = pictureColumn(x) * plane.h / layout_.hMax;
         plane.sampleOf[x] = static_cast<std::uint16_t>(sample);
-        plane.columnWanted[sample / 8] = true;
+        while (block < sample / 8) plane.firstColumn[++block] = static_cast<std::uint16_t>(x);
     }
+    plane.firstColumn[plane.blockColumns] = static_cast<std::uint16_t>(size_.width);
 }
 
 void Output::beginRow(unsigned mcuRow) {
     firstRow_ = mcuRow * layout_.mcuHeight;
+    endRow_ = nextRow_;
     for (unsigned c = 0; c < layout_.count; c++) {
-        Plane& plane = planes_[c];
-        plane.lineRow = noRow;
-        std::fill(std::begin(plane.rowWanted), std::end(plane.rowWanted), false);
-        for (unsigned y = nextRow_; y < size_.height; y++) {
-            const unsigned row = pictureRow(y) - firstRow_;
-            if (row >= layout_.mcuHeight) break;
-            plane.rowWanted[row * plane.v / layout_.vMax / 8] = true;
+        planes_[c].lineRow = noRow;
+        std::fill(std::begin(planes_[c].rowsWanted), std::end(planes_[c].rowsWanted), 0u);
+    }
+    for (; endRow_ < size_.height; endRow_++) {
+        const unsigned row = pictureRow(endRow_) - firstRow_;
+        if (row >= layout_.mcuHeight) break;
+        for (unsigned c = 0; c < layout_.count; c++)
+            planes_[c].rowsWanted[row * planes_[c].v / layout_.vMax / 8]++;
+    }
+}
+
+// Only the samples that are shown.
+void Output::placeSamples(const Plane& plane, unsigned x, unsigned y, const std::int16_t* coefs,
+                          unsigned last) {
+    for (unsigned shown = nextRow_; shown < endRow_; shown++) {
+        const unsigned row = (pictureRow(shown) - firstRow_) * plane.v / layout_.vMax;
+        if (row / 8 != y) continue;
+        std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
+        for (unsigned i = plane.firstColumn[x]; i < plane.firstColumn[x + 1]; i++) {
+            const unsigned column = plane.sampleOf[i];
+            samples[column] = inverseDctSample(coefs, plane.quant, last, column % 8, row % 8);
         }
     }
 }
@@ -95,9 +112,8 @@ unsigned Output::columnsOf(unsigned mcus) const {
 
 void Output::endRow(unsigned mcus) {
     const unsigned columns = columnsOf(mcus);
-    for (; nextRow_ < size_.height; nextRow_++) {
+    for (; nextRow_ < endRow_; nextRow_++) {
         const unsigned row = pictureRow(nextRow_) - firstRow_;
-        if (row >= layout_.mcuHeight) break;
         PlaneRows rows = {};
         for (unsigned c = 0; c < layout_.count; c++)
             rows.at[c] = lineOf(planes_[c], row * planes_[c].v / layout_.vMax, columns);
