@@ -25,6 +25,8 @@ Output::Output(const Headers& headers, const Layout& layout, const imgdes& image
         plane.blockColumns = lastColumn * plane.h / layout.hMax / 8 + 1;
         plane.stride = static_cast<std::ptrdiff_t>(plane.blockColumns) * 8;
         plane.quant = headers.quant[headers.components[c].tq].values;
+        for (unsigned y = 0; y < layout.mcuHeight; y++)
+            plane.sampleRow[y] = static_cast<std::uint8_t>(y * plane.v / layout.vMax);
         plane.direct = fit == Fit::cut && plane.h == layout.hMax;
     }
     if (conversion != Conversion::ycbcr || layout.count < 3 || !chromaIsHalf()) return;
@@ -62,25 +64,25 @@ void Output::mapColumns(const Plane& plane) const {
 }
 
 void Output::beginRow(unsigned mcuRow) {
-    firstRow_ = mcuRow * layout_.mcuHeight;
-    endRow_ = nextRow_;
-    for (unsigned c = 0; c < layout_.count; c++) {
-        planes_[c].lineRow = noRow;
-        std::fill(std::begin(planes_[c].rowsWanted), std::end(planes_[c].rowsWanted), 0u);
+    for (Plane& plane : planes_) {
+        plane.lineRow = noRow;
+        std::fill(std::begin(plane.rowsWanted), std::end(plane.rowsWanted), 0u);
     }
-    for (; endRow_ < size_.height; endRow_++) {
-        const unsigned row = pictureRow(endRow_) - firstRow_;
+    const unsigned firstRow = mcuRow * layout_.mcuHeight;
+    shownRows_ = 0;
+    for (unsigned y = nextRow_; y < size_.height; y++) {
+        const unsigned row = pictureRow(y) - firstRow;
         if (row >= layout_.mcuHeight) break;
-        for (unsigned c = 0; c < layout_.count; c++)
-            planes_[c].rowsWanted[row * planes_[c].v / layout_.vMax / 8]++;
+        shownRow_[shownRows_++] = static_cast<std::uint8_t>(row);
+        for (Plane& plane : planes_) plane.rowsWanted[plane.sampleRow[row] / 8]++;
     }
 }
 
 // Only the samples that are shown.
 void Output::placeSamples(const Plane& plane, unsigned x, unsigned y, const std::int16_t* coefs,
                           unsigned last) {
-    for (unsigned shown = nextRow_; shown < endRow_; shown++) {
-        const unsigned row = (pictureRow(shown) - firstRow_) * plane.v / layout_.vMax;
+    for (unsigned shown = 0; shown < shownRows_; shown++) {
+        const unsigned row = plane.sampleRow[shownRow_[shown]];
         if (row / 8 != y) continue;
         std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
         for (unsigned i = plane.firstColumn[x]; i < plane.firstColumn[x + 1]; i++) {
@@ -112,11 +114,10 @@ unsigned Output::columnsOf(unsigned mcus) const {
 
 void Output::endRow(unsigned mcus) {
     const unsigned columns = columnsOf(mcus);
-    for (; nextRow_ < endRow_; nextRow_++) {
-        const unsigned row = pictureRow(nextRow_) - firstRow_;
+    for (unsigned shown = 0; shown < shownRows_; shown++, nextRow_++) {
         PlaneRows rows = {};
         for (unsigned c = 0; c < layout_.count; c++)
-            rows.at[c] = lineOf(planes_[c], row * planes_[c].v / layout_.vMax, columns);
+            rows.at[c] = lineOf(planes_[c], planes_[c].sampleRow[shownRow_[shown]], columns);
         if (grey_)
             std::memcpy(area_[nextRow_], rows.at[0], columns);
         else

@@ -46,6 +46,8 @@ class Output {
     void endRow(unsigned mcus);
 
  private:
+    static constexpr unsigned tallestMcu = 32;
+
     struct Plane {
         unsigned h, v;
         unsigned blockColumns;  // from the left, as far as there is something to show
@@ -55,6 +57,7 @@ class Output {
         WorkArray<std::uint16_t> sampleOf;     // per shown column: the sample it is taken from
         WorkArray<std::uint16_t> firstColumn;  // per block column, and one more: the first shown one in it
         WorkArray<std::uint8_t> line;          // a row of samples, one for each pixel shown
+        std::uint8_t sampleRow[tallestMcu];    // per row of the MCU: the row of samples it is taken from
         unsigned rowsWanted[maxComponents];    // per block row of the MCU: how many shown rows lie in it
         unsigned lineRow;                      // row of samples that line holds
         bool direct;                           // rows of samples are used as they are
@@ -80,9 +83,9 @@ class Output {
     unsigned width_, height_;  // of the picture
     RowConverter convert_;
     unsigned mcuRows_;
-    unsigned firstRow_ = 0;  // the picture's row that the MCU row begins with
-    unsigned endRow_ = 0;    // the first shown row behind it
-    unsigned nextRow_ = 0;   // the first shown row that is not yet written
+    unsigned shownRows_ = 0;  // how many rows of the MCU row are shown, and which
+    std::uint8_t shownRow_[tallestMcu];
+    unsigned nextRow_ = 0;  // the first shown row that is not yet written
     Plane planes_[maxComponents] = {};
 };
 
