@@ -683,7 +683,6 @@ int ORNAPI savegifframetobuffer(void **buffer, imgdes *image, GifGlobalInfo *glo
  * one, writes no comment.
  */
 void ORNAPI setgifcomment(int version, const char *text);
-/* ---- JPEG reading -------------------------------------------------------------------------------------- */
 
 /* ---- JPEG reading -------------------------------------------------------------------------------------- */
 

@@ -41,7 +41,7 @@ bool BitReader::more(Cursor& at) {
 
 BitReader::Cursor BitReader::filledByBytes(Cursor at) {
     if (at.count < padding_) fail(Detail::endOfData);
-    while (at.count <= 24) {
+    while (at.count < 24) {
         if (at.next == in_.end() && !more(at)) {
             at.count += 8;
             padding_ += 8;

@@ -53,7 +53,7 @@ class BitReader {
     // The next symbol with the value behind it, as far as the table's look-up has it: the complete flag, the
     // run and the value of a LookEntry. Its bits are dropped, but not those of an incomplete value.
     LookEntry next(Cursor& at, const DecodeTable& table) {
-        need(at, 16);
+        need(at, lookBits);
         const LookEntry entry = table.look[at.acc >> (32 - lookBits)];
         if (entry & entryComplete) [[likely]] {
             drop(at, entry & entryBits);
@@ -81,6 +81,23 @@ class BitReader {
         at.count += static_cast<int>(count);
     }
 
+    // Adds whole bytes, so that 24 bits or more are there, and less than 32. Bits of the next byte may stand
+    // behind the counted ones: they are the same when that byte comes.
+    void fill(Cursor& at) {
+        if (in_.end() - at.next >= 4) [[likely]] {
+            std::uint32_t word;
+            std::memcpy(&word, at.next, 4);
+            const bool has0xFF = (~word - 0x01010101u) & word & 0x80808080u;
+            if (!has0xFF) [[likely]] {
+                at.acc |= __builtin_bswap32(word) >> at.count;
+                at.next += (31 - at.count) >> 3;
+                at.count |= 24;
+                return;
+            }
+        }
+        at = filledByBytes(at);
+    }
+
  private:
     void need(Cursor& at, unsigned n) {
         if (at.count < static_cast<int>(n)) fill(at);
@@ -90,30 +107,13 @@ class BitReader {
         at.count -= static_cast<int>(n);
     }
 
-    // Adds whole bytes up to 25 bits and more. Bits of the next byte may stand behind the counted ones: they
-    // are the same when that byte comes.
-    void fill(Cursor& at) {
-        if (in_.end() - at.next >= 4) [[likely]] {
-            std::uint32_t word;
-            std::memcpy(&word, at.next, 4);
-            const bool has0xFF = (~word - 0x01010101u) & word & 0x80808080u;
-            if (!has0xFF) [[likely]] {
-                const int bytes = (32 - at.count) / 8;
-                at.acc |= __builtin_bswap32(word) >> at.count;
-                at.next += bytes;
-                at.count += 8 * bytes;
-                return;
-            }
-        }
-        at = filledByBytes(at);
-    }
-
     // A code longer than the look-up, or shorter with a value that the look-up does not have.
     LookEntry nextIncomplete(Cursor& at, const DecodeTable& table, LookEntry entry) {
         if (entry) {
             drop(at, entry & entryBits);
             return entry;
         }
+        need(at, 16);
         const LongSymbol symbol = longSymbol(at, table);
         drop(at, symbol.length);
         return symbol.entry;

@@ -1,7 +1,5 @@
 #include "jpeg/coefficients.h"
 
-#include <emmintrin.h>
-
 #include "core/memory.h"
 
 namespace orn32::jpeg {
@@ -38,13 +36,6 @@ bool Coefficients::allocate() {
         flags += plane.down;
     }
     return true;
-}
-
-bool hasAc(const std::int16_t* coefs) {
-    const auto* rows = reinterpret_cast<const __m128i*>(coefs);
-    __m128i any = _mm_srli_si128(_mm_load_si128(rows), 2);
-    for (int i = 1; i < 8; i++) any = _mm_or_si128(any, _mm_load_si128(rows + i));
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(any, _mm_setzero_si128())) != 0xFFFF;
 }
 
 }  // namespace orn32::jpeg

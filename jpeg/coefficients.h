@@ -1,14 +1,36 @@
 // The coefficients of all blocks that have something to show, for pictures that come in several scans.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstdint>
 
 #include "jpeg/layout.h"
 
 namespace orn32::jpeg {
 
+// Blocks lie at multiples of 16. Written out, as compilers make a string instruction of a loop, which takes
+// longer to start than all of this.
+inline void clearBlock(std::int16_t* coefs) {
+    const __m128i zero = _mm_setzero_si128();
+    auto* rows = reinterpret_cast<__m128i*>(coefs);
+    _mm_store_si128(rows, zero);
+    _mm_store_si128(rows + 1, zero);
+    _mm_store_si128(rows + 2, zero);
+    _mm_store_si128(rows + 3, zero);
+    _mm_store_si128(rows + 4, zero);
+    _mm_store_si128(rows + 5, zero);
+    _mm_store_si128(rows + 6, zero);
+    _mm_store_si128(rows + 7, zero);
+}
+
 // Whether a block has an AC coefficient.
-bool hasAc(const std::int16_t* coefs);
+inline bool hasAc(const std::int16_t* coefs) {
+    const auto* rows = reinterpret_cast<const __m128i*>(coefs);
+    __m128i any = _mm_srli_si128(_mm_load_si128(rows), 2);
+    for (int i = 1; i < 8; i++) any = _mm_or_si128(any, _mm_load_si128(rows + i));
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(any, _mm_setzero_si128())) != 0xFFFF;
+}
 
 class Coefficients {
  public:

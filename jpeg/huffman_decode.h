@@ -7,7 +7,7 @@
 
 namespace orn32::jpeg {
 
-constexpr int lookBits = 9;
+constexpr int lookBits = 10;
 
 // What the next lookBits bits hold. Symbols are taken as T.81 has them for AC coefficients: a run of zeros in
 // the upper half, the number of value bits in the lower one; DC symbols are those with run 0.

@@ -16,6 +16,21 @@ inline int differenceAt(BitReader& bits, BitReader::Cursor& at, const DecodeTabl
     return bits.value(at, entry);
 }
 
+// False at the end of the block.
+[[gnu::always_inline]] inline bool decodeCoefficient(BitReader& bits, BitReader::Cursor& at,
+                                                     const DecodeTable& ac, std::int16_t* coefs,
+                                                     unsigned& last) {
+    const LookEntry entry = bits.next(at, ac);
+    const unsigned k = last + 1 + runOf(entry);
+    if (k >= blockSize) {
+        if (runOf(entry) < endOfBand) BitReader::giveBackValue(at, entry);
+        return false;
+    }
+    coefs[naturalOrder[k]] = static_cast<std::int16_t>(bits.value(at, entry));
+    last = k;
+    return k < blockSize - 1;
+}
+
 }  // namespace
 
 int decodeDifference(BitReader& bits, const DecodeTable& table) {
@@ -30,16 +45,14 @@ unsigned decodeBlock(BitReader& bits, const DecodeTable& dc, const DecodeTable& 
     BitReader::Cursor at = bits.cursor();
     predictor = static_cast<std::int16_t>(predictor + differenceAt(bits, at, dc));
     coefs[0] = predictor;
+    // Whether bits run short behind a symbol is a matter of chance, and guessing it wrong costs more than
+    // filling before every second one: two complete ones never need more.
+    static_assert(2 * lookBits <= 24);
     unsigned last = 0;
-    while (last < blockSize - 1) {
-        const LookEntry entry = bits.next(at, ac);
-        const unsigned k = last + 1 + runOf(entry);
-        if (k >= blockSize) {
-            if (runOf(entry) < endOfBand) BitReader::giveBackValue(at, entry);
-            break;
-        }
-        coefs[naturalOrder[k]] = static_cast<std::int16_t>(bits.value(at, entry));
-        last = k;
+    for (;;) {
+        bits.fill(at);
+        if (!decodeCoefficient(bits, at, ac, coefs, last)) break;
+        if (!decodeCoefficient(bits, at, ac, coefs, last)) break;
     }
     bits.setCursor(at);
     return last;
@@ -80,7 +93,8 @@ class InterleavedScan {
             const DecodeTable& ac = d_.tables.ac(d_.component(c));
             for (unsigned y = 0; y < layout.v; y++)
                 for (unsigned x = 0; x < layout.h; x++) {
-                    alignas(16) std::int16_t coefs[blockSize] = {};
+                    alignas(16) std::int16_t coefs[blockSize];
+                    clearBlock(coefs);
                     const unsigned last = decodeBlock(bits_, dc, ac, predictors_[c], coefs);
                     if (bits_.overrun()) fail(Detail::endOfData);
                     d_.output.place(c, mcu * layout.h + x, y, coefs, last);
@@ -147,7 +161,7 @@ class CollectingScan {
     // A component that comes in two scans has only the second one's coefficients.
     void decodeInto(unsigned c, unsigned x, unsigned y) {
         std::int16_t* coefs = coefficients_.block(c, x, y);
-        std::fill_n(coefs, blockSize, std::int16_t{0});
+        clearBlock(coefs);
         decodeBlock(bits_, d_.tables.dc(d_.component(c)), d_.tables.ac(d_.component(c)), predictors_[c],
                     coefs);
         if (bits_.overrun()) fail(Detail::endOfData);

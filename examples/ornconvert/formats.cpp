@@ -9,6 +9,7 @@
 namespace ornconvert {
 
 extern const Format bmpFormat;
+extern const Format jpegFormat;
 extern const Format pngFormat;
 
 namespace {
@@ -16,6 +17,7 @@ namespace {
 // One line per format. Content is tried in this order.
 constexpr const Format* allFormats[] = {
     &bmpFormat,
+    &jpegFormat,
     &pngFormat,
 };
 
