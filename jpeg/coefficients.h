@@ -9,10 +9,19 @@
 
 namespace orn32::jpeg {
 
-// Blocks lie at multiples of 16.
+// Blocks lie at multiples of 16. Written out, as compilers make a string instruction of a loop, which takes
+// longer to start than all of this.
 inline void clearBlock(std::int16_t* coefs) {
+    const __m128i zero = _mm_setzero_si128();
     auto* rows = reinterpret_cast<__m128i*>(coefs);
-    for (int i = 0; i < 8; i++) _mm_store_si128(rows + i, _mm_setzero_si128());
+    _mm_store_si128(rows, zero);
+    _mm_store_si128(rows + 1, zero);
+    _mm_store_si128(rows + 2, zero);
+    _mm_store_si128(rows + 3, zero);
+    _mm_store_si128(rows + 4, zero);
+    _mm_store_si128(rows + 5, zero);
+    _mm_store_si128(rows + 6, zero);
+    _mm_store_si128(rows + 7, zero);
 }
 
 // Whether a block has an AC coefficient.
