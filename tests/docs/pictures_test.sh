@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The pages in docs say what is so: their pictures are there and come out of the calls beside them.
 # Usage: pictures_test.sh DOCS PROGRAMS [EMULATOR]
-set -u
+set -uo pipefail
 
 docs=$1
 programs=$2
@@ -22,10 +22,10 @@ same_picture() {
     convert "$1" "$scratch/1.bmp" && convert "$2" "$scratch/2.bmp" && cmp "$scratch/1.bmp" "$scratch/2.bmp"
 }
 
-# ---- What the pages name is there, and nothing else ----
+# ---- What the pages name is there, and no picture that none names ----
 
-grep -oh '](pictures/[^)]*)' "$docs"/*.md | sed 's|](pictures/||; s|)||' | sort -u >"$scratch/named"
-(cd "$docs/pictures" && printf '%s\n' *) | sort >"$scratch/there"
+grep -oh ']([^)]*\.png)' "$docs"/*.md | sed 's|](||; s|)||' | sort -u >"$scratch/named"
+(cd "$docs" && printf '%s\n' */*.png) | sort >"$scratch/there"
 diff "$scratch/named" "$scratch/there" || fail 'the pages name other pictures (<) than there are (>)'
 
 # ---- The calls ----
@@ -49,8 +49,8 @@ done <"$scratch/calls"
     exit 1
 }
 while IFS= read -r picture; do
-    same_picture "$docs/pictures/$picture" "$scratch/made/$picture" || fail "$picture has other pixels when made again"
-done <"$scratch/there"
+    same_picture "$docs/$picture" "$scratch/made/${picture#*/}" || fail "$picture has other pixels when made again"
+done < <(grep '^pictures/' "$scratch/there")
 
 # ---- The counts in the page ----
 
