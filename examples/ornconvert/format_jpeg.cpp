@@ -1,9 +1,9 @@
-// JPEG files.
+// JPEG files: describing and loading them.
 #include <algorithm>
 #include <cwchar>
 
 #include "console.h"
-#include "formats.h"
+#include "format_jpeg.h"
 #include "messages.h"
 
 namespace ornconvert {
@@ -200,10 +200,6 @@ constexpr Option loadOptions[] = {
      setThumbnailArea},
 };
 
-void save(const std::wstring&, Picture&, const Place&) {
-    throw Failure{L"JPEG files cannot be written"};
-}
-
 }  // namespace
 
 extern const Format jpegFormat = {
@@ -214,8 +210,9 @@ extern const Format jpegFormat = {
     .sniff = sniff,
     .info = info,
     .load = load,
-    .save = save,
+    .save = saveJpeg,
     .loadOptions = loadOptions,
+    .saveOptions = jpegSaveOptions,
 };
 
 }  // namespace ornconvert
