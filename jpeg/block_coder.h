@@ -71,8 +71,7 @@ struct SymbolWriter {
 
     // A value behind a run of up to 15 zeros.
     [[gnu::always_inline]] void putValue(unsigned zeros, int value) {
-        const std::uint32_t* entries = value < 0 ? codes.entryOfNegative : codes.entry;
-        const std::uint32_t entry = entries[zeros << 4 | sizeOf(value)];
+        const std::uint32_t entry = codes.entry[zeros << 4 | classOf(value)];
         bits.put((entry >> 5) + static_cast<std::uint32_t>(value), entry & 31);
     }
 };
@@ -81,7 +80,7 @@ struct SymbolCounter {
     SymbolCounts& counts;
 
     void put(unsigned symbol, std::uint32_t) { counts.count[symbol]++; }
-    void putValue(unsigned zeros, int value) { counts.count[zeros << 4 | sizeOf(value)]++; }
+    void putValue(unsigned zeros, int value) { counts.count[(zeros << 4 | classOf(value)) & 0xFF]++; }
 };
 
 constexpr unsigned endOfBlock = 0x00;

@@ -10,6 +10,7 @@ namespace ornconvert {
 
 extern const Format bmpFormat;
 extern const Format gifFormat;
+extern const Format jpegFormat;
 extern const Format pngFormat;
 
 namespace {
@@ -18,6 +19,7 @@ namespace {
 constexpr const Format* allFormats[] = {
     &bmpFormat,
     &gifFormat,
+    &jpegFormat,
     &pngFormat,
 };
 
