@@ -62,7 +62,7 @@ struct Erosion {
     }
 };
 
-// One filter for all depths; the engine picks row() by the form of the rows.
+// The same change for each form of rows.
 template <class Change>
 struct MorphologyFilter {
     Change change;
