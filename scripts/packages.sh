@@ -29,6 +29,7 @@ judging=(
 )
 packaging=(
     python3=/usr/bin/python3
+    doxygen=doxygen
     llvm=llvm-dlltool # makes the import library for Microsoft's linker
 )
 # Compilers that try the package out. Checks that want one skip where it is absent.
