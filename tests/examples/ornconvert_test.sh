@@ -96,7 +96,8 @@ prints '3937 x 3937 pixels per metre (100 x 100 per inch)'
 prints 'run lengths, 8 bits'
 prints '3 colours'
 run --version
-[[ $status == 0 && $output =~ ^ornconvert\ with\ orn32\ [0-9]+\.[0-9]+\ build\ [0-9]{4}$ ]] || fail "version: $output"
+[[ $status == 0 && $output =~ ^ornconvert\ ([0-9]+\.[0-9]+)\.[0-9]+\.[0-9]+\ with\ orn32\ ([0-9]+\.[0-9]+)\ build\ [0-9]{4}$ ]] &&
+    [[ ${BASH_REMATCH[1]} == "${BASH_REMATCH[2]}" ]] || fail "version: $output"
 run --help
 [[ $status == 0 && -z $complaints ]] || fail "--help gives $status: $complaints"
 for option in --area --rle --info --to --version; do prints "  $option "; done

@@ -60,6 +60,7 @@ expect "the version stands in the CMake package" contains "$package/lib/cmake/or
 expect "the version stands in the pkg-config file" contains "$package/lib/pkgconfig/orn32.pc" "Version: $version"
 WINEDEBUG=-all wine "$package/bin/ornconvert.exe" --version >version.txt 2>/dev/null || true
 expect "the converter tells the version" contains version.txt "ornconvert $version "
+# shellcheck disable=SC2016 # expanded by the inner shell
 expect "no folder of this machine is told" bash -c '! grep -raF -- "$1" "$2"' - "$root" "$package"
 
 program gcc "$gcc" "${warnings[@]}" -O2 plain.c "${folders[@]}" -lorn32 -o gcc.exe
