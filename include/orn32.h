@@ -806,8 +806,8 @@ int ORNAPI savejpgtobuffer(void **buffer, imgdes *image, int quality);
 
 /*
  * Like savejpg, but with options: 0, one of the numbers above, or JPEG_THUMBNAIL with one of the others. Any
- * other number is a plain file. Progressive and optimised files need memory for the whole picture's coefficients,
- * about twice its bytes. Also returns ERR_THUMB_SIZE: the thumbnail has 64 KB or more.
+ * other number is a plain file. Progressive and optimised files need memory for the whole picture: about 4 bytes
+ * a pixel, 2.5 for grey ones. Also returns ERR_THUMB_SIZE: the thumbnail does not fit into 64 KB.
  */
 int ORNAPI savejpgex(const char *name, imgdes *image, int quality, UINT options);
 int ORNAPI savejpgexW(const WCHAR *name, imgdes *image, int quality, UINT options);
