@@ -276,6 +276,22 @@ const Picture& photograph() {
     return picture;
 }
 
+const Picture& greyPhotograph() {
+    static const Picture picture = [] {
+        const Picture& colours = photograph();
+        Picture grey = {colours.width, colours.height, 8, {}, {}};
+        for (std::size_t i = 0; i < colours.pixels.size(); i += 3) {
+            const std::uint8_t* p = &colours.pixels[i];
+            grey.pixels.push_back(static_cast<std::uint8_t>((11 * p[0] + 59 * p[1] + 30 * p[2]) / 100));
+        }
+        for (unsigned level = 0; level < 256; level++)
+            for (unsigned c = 0; c < 4; c++)
+                grey.palette.push_back(static_cast<std::uint8_t>(c < 3 ? level : 0));
+        return grey;
+    }();
+    return picture;
+}
+
 const Picture& graphic() {
     static const Picture picture = makeGraphic();
     return picture;
@@ -323,14 +339,6 @@ Bytes bmpFile(const Picture& picture, bool runLengths) {
     file.insert(file.end(), picture.palette.begin(), picture.palette.end());
     file.insert(file.end(), pixels.begin(), pixels.end());
     return file;
-}
-
-std::uint32_t fingerprintOfRows(const std::uint8_t* top, std::ptrdiff_t step, unsigned rowBytes,
-                                unsigned height) {
-    std::uint32_t hash = 0;
-    for (unsigned y = 0; y < height; y++)
-        hash = fingerprint(top + static_cast<std::ptrdiff_t>(y) * step, rowBytes, hash);
-    return hash;
 }
 
 }  // namespace bench

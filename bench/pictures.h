@@ -21,16 +21,12 @@ const Picture& photograph();  // 24-bit: a lake before mountains, with a photogr
 const Picture& graphic();     // 8-bit: windows with text, charts, ramps and icons on a plain desktop
 
 const Picture& photograph256();  // 8-bit: the photograph reduced to 256 colours by median cut, not dithered
+const Picture& greyPhotograph();  // 8-bit: its grey levels, with a grey palette
 
 // The picture of a 24-bit BMP file without compression.
 Picture pictureFrom(const Bytes& bmp);
 
 // The picture as a bottom-up BMP file; runLengths needs 8 bits.
 Bytes bmpFile(const Picture& picture, bool runLengths = false);
-
-// Fingerprint of the rows from the top, without their padding: the outcome of a load. step leads from one row
-// to the one below.
-std::uint32_t fingerprintOfRows(const std::uint8_t* top, std::ptrdiff_t step, unsigned rowBytes,
-                                unsigned height);
 
 }  // namespace bench

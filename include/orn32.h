@@ -172,6 +172,35 @@ int ORNAPI copyimagebits(imgdes *source, imgdes *destination);
  */
 int ORNAPI copyimagepalette(const imgdes *source, imgdes *destination);
 
+/* ---- Display ------------------------------------------------------------------------------------------ */
+
+/*
+ * Draws the picture into a window's client area: picture point (x, y), counted from the top left, comes to the
+ * client area's top-left corner. The image area plays no part; what lies outside the picture is left as it is.
+ *   window   whose client area limits what is drawn
+ *   dc       where to draw, in pixels and with its origin at that area's corner
+ *   palette  gets a new logical palette of the image's colours, or 0 if it has none (24 bits); the caller
+ *            deletes it (DeleteObject) when it is no longer realised. It is selected and realised for drawing,
+ *            and dc has its own palette back afterwards. Null if the caller does not want it.
+ * A packed image's header is changed during the call, so no other thread may use the image meanwhile. An image
+ * without colours in its palette (palcolors 0) gets the default grey ones.
+ * Returns 0, also when nothing of the picture is visible; ERR_MEMORY (nothing is drawn), ERR_RANGE (null
+ * record, header or bits).
+ */
+int ORNAPI viewimage(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgdes *image);
+
+/*
+ * Like viewimage, but picture point (x, y) comes to client point (screenx, screeny); all of the picture that is
+ * visible then is drawn. Where dc has too few colours (24-bit images at 8 bits per pixel; images of 8 bits or
+ * more at up to 4, unless their palette has 1 to 16 colours), the visible part is reduced first, and *palette
+ * gets the colours of that.
+ *   mode     how to reduce: 0 the 256 colours that suit it best (at 8 bits; else like 1), 2 colorscatter,
+ *            other values colordither
+ * Returns the codes of viewimage and of the reduction.
+ */
+int ORNAPI viewimageex(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgdes *image, int screenx,
+                       int screeny, int mode);
+
 /* ---- Memory, versions --------------------------------------------------------------------------------- */
 
 typedef void *(__cdecl *ornalloc)(UINT size);               /* a block of size bytes, or null */
@@ -289,6 +318,69 @@ int ORNAPI colortogray(imgdes *source, imgdes *destination);
  */
 int ORNAPI convertgray16to8(imgdes *source, imgdes *destination);
 int ORNAPI convertgray8to16(imgdes *source, imgdes *destination);
+
+/* ---- Dithering, black and white ----------------------------------------------------------------------- */
+
+/*
+ * Reduce an 8- or 24-bit image to one of two fixed palettes, by an ordered 8 x 8 matrix or by Floyd-Steinberg
+ * error diffusion, and give the 8-bit destination that palette.
+ *   cube  0: black, white and the six pure colours, which lie in the palette of defaultpalette;
+ *         else 6 x 6 x 6 colours in the entries 10 to 225, from white down to black in steps of 51, with blue
+ *         counting fastest. Entries 226 to 245 are greys, the others the system's 20 colours.
+ * The destination's grey mark is cleared and a DIB section's colours are updated. On failure nothing changes.
+ * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (a palette missing, or the
+ * destination's too small), ERR_MEMORY.
+ */
+int ORNAPI colordither(imgdes *source, imgdes *destination, int cube);
+int ORNAPI colorscatter(imgdes *source, imgdes *destination, int cube);
+
+/*
+ * Turns an 8-bit image into a 1-bit one of black and white and gives it that palette. Colours count as their
+ * grey levels (see colortogray).
+ *   mode  0: Stucki error diffusion; 1: ordered dither; any other: white from level 128 on
+ * Returns 0, the codes of checkrange1_, ERR_BITS (not 8 to 1 bit), ERR_RANGE (source without a palette),
+ * ERR_MEMORY.
+ */
+int ORNAPI convert8bitto1bit(int mode, imgdes *source, imgdes *destination);
+
+/*
+ * Turns a 1-bit image into an 8-bit grey one: clear bits become 0, set ones 255, whatever the 1-bit palette is.
+ * The smooth variant mixes every pixel but the first and last of a row with its two neighbours in the row.
+ * Returns 0, the codes of checkrange1_, ERR_BITS (not 1 to 8 bits); smooth: ERR_RANGE (fewer than 3 columns).
+ */
+int ORNAPI convert1bitto8bit(imgdes *source, imgdes *destination);
+int ORNAPI convert1bitto8bitsmooth(imgdes *source, imgdes *destination);
+
+/* ---- Filters ------------------------------------------------------------------------------------------ */
+
+/*
+ * Filters make each pixel of the destination's area from the pixels around its place in the source's area;
+ * beyond the area's edges its border pixels repeat. Source and destination may be the same image and have the
+ * same bit count. An 8-bit image with a colour palette is filtered as colours, and the whole destination
+ * picture is given a new palette of 256 colours.
+ */
+
+/*
+ * Make pixels the darkest (dilate: dark parts grow) or the brightest (erode: dark parts shrink) of the 3 x 3
+ * around them.
+ *   amount  0 to 255, how much: pixels stay where the mean of the nine is above amount (dilate), or below 255 -
+ *           amount (erode). For 1-bit images the share of set bits among the nine decides in the same way.
+ * Returns 0, ERR_ARGUMENT, the codes of checkrange1_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
+ * 3 x 3), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI dilate(int amount, imgdes *source, imgdes *destination);
+int ORNAPI erode(int amount, imgdes *source, imgdes *destination);
+
+/*
+ * Makes each pixel the median of the size x size pixels around it; of colours, one with the median brightness.
+ *   size  3 to 11; an even size counts as the next smaller one
+ * Returns 0, ERR_ARGUMENT, the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
+ * size x size), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI medianfilter(int size, imgdes *source, imgdes *destination);
+
+/* Like medianfilter with size 3. */
+int ORNAPI removenoise(imgdes *source, imgdes *destination);
 
 /* ---- Hue, overlays, blocks ---------------------------------------------------------------------------- */
 
@@ -482,7 +574,8 @@ typedef struct GifCodeParams {
 
 /*
  * Decompresses GIF image data: the minimum code size (2 to 9) and the chain of sub-blocks behind it, as they
- * stand in a file from one byte before GifFrameInfo.dataoffset on.
+ * stand in a file from one byte before GifFrameInfo.dataoffset on. The data is expected to begin with
+ * a clear code, as GIF89a asks of encoders; docs/gif-string-codes.md tells what to do where it does not.
  *   params     codesize gets the data's minimum code size; may be null
  *   src, srclen  the data, its length in bytes; what follows the chain does no harm
  *   dst, dstlen  gets one byte per pixel, in the order of the file; dstlen is its room

@@ -24,14 +24,6 @@ inline void clearBlock(std::int16_t* coefs) {
     _mm_store_si128(rows + 7, zero);
 }
 
-// Whether a block has an AC coefficient.
-inline bool hasAc(const std::int16_t* coefs) {
-    const auto* rows = reinterpret_cast<const __m128i*>(coefs);
-    __m128i any = _mm_srli_si128(_mm_load_si128(rows), 2);
-    for (int i = 1; i < 8; i++) any = _mm_or_si128(any, _mm_load_si128(rows + i));
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(any, _mm_setzero_si128())) != 0xFFFF;
-}
-
 class Coefficients {
  public:
     Coefficients(const Layout& layout, unsigned mcuRows);
@@ -50,13 +42,20 @@ class Coefficients {
     unsigned across(unsigned c) const { return planes_[c].across; }
     unsigned down(unsigned c) const { return planes_[c].down; }
 
-    // Whether any block of a row has been given an AC coefficient; whoever gives it sets this.
+    // Which AC coefficients of a block are not 0: bit k for the k-th in zigzag order. Kept by whoever changes
+    // them; one bit too many does no harm where nothing is refined.
+    std::uint64_t& nonzero(unsigned c, unsigned x, unsigned y) const {
+        return planes_[c].nonzero[std::size_t{y} * planes_[c].across + x];
+    }
+
+    // Whether any block of a row has been given an AC coefficient; kept likewise.
     bool& rowHasAc(unsigned c, unsigned y) const { return planes_[c].rowHasAc[y]; }
 
  private:
     struct Plane {
         std::int16_t* start;
         unsigned across, down;
+        std::uint64_t* nonzero;
         bool* rowHasAc;
     };
     Plane planes_[maxComponents] = {};

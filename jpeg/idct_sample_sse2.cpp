@@ -72,29 +72,39 @@ bool mayBeCut(__m128i values) {
     return _mm_movemask_epi8(cut) != 0;
 }
 
-[[gnu::noinline]] std::uint8_t sampleOfLarge(const std::int16_t* coefs, const std::uint16_t* quant,
-                                             unsigned x, unsigned y) {
-    std::uint8_t samples[blockSize];
-    inverseDct(coefs, quant, blockSize - 1, samples, 8);
-    return samples[8 * y + x];
-}
-
 std::uint8_t toSample(int x) {
     x = ((x + 512) & 1023) - 512 + 128;
     return static_cast<std::uint8_t>(x < 0 ? 0 : x > 255 ? 255 : x);
 }
 
-}  // namespace
-
-std::uint8_t inverseDctSample(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last,
-                              unsigned x, unsigned y) {
-    if (last == 0) return toSample((static_cast<std::int16_t>(coefs[0] * quant[0]) + 4) >> 3);
-    const __m128i row = firstPassRow(coefs, quant, y, last <= lastOf4x4 ? 4 : 8);
-    if (mayBeCut(row)) return sampleOfLarge(coefs, quant, x, y);
+// Result x of the second pass.
+std::uint8_t sampleOf(__m128i row, unsigned x) {
     __m128i sum = _mm_madd_epi16(row, aligned(matrix.rows, x));
     sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0x4E));
     sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0xB1));
     return toSample((_mm_cvtsi128_si32(sum) + (1 << (secondPassBits - 1))) >> secondPassBits);
+}
+
+// What does not fit the first pass' 16 bits goes the long way.
+[[gnu::noinline]] void samplesOfLarge(const std::int16_t* coefs, const std::uint16_t* quant, unsigned y,
+                                      const std::uint16_t* columns, unsigned count, std::uint8_t* row) {
+    std::uint8_t samples[blockSize];
+    inverseDct(coefs, quant, blockSize - 1, samples, 8);
+    for (unsigned i = 0; i < count; i++) row[columns[i]] = samples[8 * y + columns[i] % 8];
+}
+
+}  // namespace
+
+void inverseDctSamples(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last, unsigned y,
+                       const std::uint16_t* columns, unsigned count, std::uint8_t* row) {
+    if (last == 0) {
+        const std::uint8_t sample = toSample((static_cast<std::int16_t>(coefs[0] * quant[0]) + 4) >> 3);
+        for (unsigned i = 0; i < count; i++) row[columns[i]] = sample;
+        return;
+    }
+    const __m128i values = firstPassRow(coefs, quant, y, last <= lastOf4x4 ? 4 : 8);
+    if (mayBeCut(values)) return samplesOfLarge(coefs, quant, y, columns, count, row);
+    for (unsigned i = 0; i < count; i++) row[columns[i]] = sampleOf(values, columns[i] % 8);
 }
 
 }  // namespace orn32::jpeg

@@ -85,10 +85,9 @@ void Output::placeSamples(const Plane& plane, unsigned x, unsigned y, const std:
         const unsigned row = plane.sampleRow[shownRow_[shown]];
         if (row / 8 != y) continue;
         std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
-        for (unsigned i = plane.firstColumn[x]; i < plane.firstColumn[x + 1]; i++) {
-            const unsigned column = plane.sampleOf[i];
-            samples[column] = inverseDctSample(coefs, plane.quant, last, column % 8, row % 8);
-        }
+        const unsigned first = plane.firstColumn[x];
+        inverseDctSamples(coefs, plane.quant, last, row % 8, plane.sampleOf.get() + first,
+                          plane.firstColumn[x + 1] - first, samples);
     }
 }
 

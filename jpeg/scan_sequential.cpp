@@ -162,8 +162,9 @@ class CollectingScan {
     void decodeInto(unsigned c, unsigned x, unsigned y) {
         std::int16_t* coefs = coefficients_.block(c, x, y);
         clearBlock(coefs);
-        decodeBlock(bits_, d_.tables.dc(d_.component(c)), d_.tables.ac(d_.component(c)), predictors_[c],
-                    coefs);
+        const unsigned last = decodeBlock(bits_, d_.tables.dc(d_.component(c)), d_.tables.ac(d_.component(c)),
+                                          predictors_[c], coefs);
+        coefficients_.nonzero(c, x, y) = std::uint64_t{1} << last;
         if (bits_.overrun()) fail(Detail::endOfData);
     }
 

@@ -9,6 +9,7 @@
 namespace ornconvert {
 
 extern const Format bmpFormat;
+extern const Format gifFormat;
 extern const Format jpegFormat;
 extern const Format pngFormat;
 
@@ -17,6 +18,7 @@ namespace {
 // One line per format. Content is tried in this order.
 constexpr const Format* allFormats[] = {
     &bmpFormat,
+    &gifFormat,
     &jpegFormat,
     &pngFormat,
 };
