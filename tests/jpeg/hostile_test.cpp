@@ -204,7 +204,7 @@ TEST(JpegHostile, HugeClaimsAreRefusedAtOnce) {
         TestImage image(4, 32767, 24);
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(loadjpgfrombuffer(source.data(), image), c.want) << c.width << "x" << c.height;
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     }
 }
 
@@ -231,7 +231,7 @@ TEST(JpegHostile, ScansWithoutEndAreNotFollowed) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(loadjpgfrombuffer(source.data(), image), ERR_BAD_JPEG);
     EXPECT_EQ(jpeggeterror(), -113);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST(JpegHostile, CorpusFilesLoadOrAreRefusedAsTheyShould) {
