@@ -88,6 +88,14 @@ std::uint32_t fingerprint(const void* data, std::size_t size, std::uint32_t befo
     return hash;
 }
 
+std::uint32_t fingerprintOfRows(const std::uint8_t* top, std::ptrdiff_t step, unsigned rowBytes,
+                                unsigned height) {
+    std::uint32_t hash = 0;
+    for (unsigned y = 0; y < height; y++)
+        hash = fingerprint(top + static_cast<std::ptrdiff_t>(y) * step, rowBytes, hash);
+    return hash;
+}
+
 Bytes readFile(const std::string& name) {
     std::FILE* file = std::fopen(name.c_str(), "rb");
     if (!file) throw NotPossible(name + " is not there");

@@ -49,6 +49,11 @@ inline void require(bool ok, const char* what) {
 // A number that tells results apart. Feed it in pieces by passing on the last piece's.
 std::uint32_t fingerprint(const void* data, std::size_t size, std::uint32_t before = 0);
 
+// Fingerprint of the rows from the top, without their padding: the outcome of a load. step leads from one row
+// to the one below.
+std::uint32_t fingerprintOfRows(const std::uint8_t* top, std::ptrdiff_t step, unsigned rowBytes,
+                                unsigned height);
+
 // The whole file, named relative to the checkout. NotPossible where it is absent.
 Bytes readFile(const std::string& name);
 

@@ -341,12 +341,4 @@ Bytes bmpFile(const Picture& picture, bool runLengths) {
     return file;
 }
 
-std::uint32_t fingerprintOfRows(const std::uint8_t* top, std::ptrdiff_t step, unsigned rowBytes,
-                                unsigned height) {
-    std::uint32_t hash = 0;
-    for (unsigned y = 0; y < height; y++)
-        hash = fingerprint(top + static_cast<std::ptrdiff_t>(y) * step, rowBytes, hash);
-    return hash;
-}
-
 }  // namespace bench

@@ -29,9 +29,4 @@ Picture pictureFrom(const Bytes& bmp);
 // The picture as a bottom-up BMP file; runLengths needs 8 bits.
 Bytes bmpFile(const Picture& picture, bool runLengths = false);
 
-// Fingerprint of the rows from the top, without their padding: the outcome of a load. step leads from one row
-// to the one below.
-std::uint32_t fingerprintOfRows(const std::uint8_t* top, std::ptrdiff_t step, unsigned rowBytes,
-                                unsigned height);
-
 }  // namespace bench

@@ -574,7 +574,8 @@ typedef struct GifCodeParams {
 
 /*
  * Decompresses GIF image data: the minimum code size (2 to 9) and the chain of sub-blocks behind it, as they
- * stand in a file from one byte before GifFrameInfo.dataoffset on.
+ * stand in a file from one byte before GifFrameInfo.dataoffset on. The data is expected to begin with
+ * a clear code, as GIF89a asks of encoders; docs/gif-string-codes.md tells what to do where it does not.
  *   params     codesize gets the data's minimum code size; may be null
  *   src, srclen  the data, its length in bytes; what follows the chain does no harm
  *   dst, dstlen  gets one byte per pixel, in the order of the file; dstlen is its room

@@ -20,9 +20,8 @@ HANDLE openExisting(const Target& target) {
     return INVALID_HANDLE_VALUE;
 }
 
-// The high part makes the position unsigned.
-void seek(HANDLE handle, std::uint32_t position) {
-    LONG high = 0;
+void seek(HANDLE handle, std::uint64_t position) {
+    LONG high = static_cast<LONG>(position >> 32);
     SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN);
 }
 
@@ -40,8 +39,10 @@ TemporaryFile::~TemporaryFile() {
 
 FileTail::FileTail(const Target& target) : handle_(openExisting(target)) {
     if (!isOpen()) return;
-    size_ = GetFileSize(handle_, nullptr);
-    count_ = std::min(size_, mostBytes);
+    DWORD high = 0;
+    size_ = GetFileSize(handle_, &high);
+    size_ |= std::uint64_t{high} << 32;
+    count_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(size_, mostBytes));
     seek(handle_, size_ - count_);
     DWORD found = 0;
     if (!ReadFile(handle_, bytes_, count_, &found, nullptr) || found < count_) count_ = 0;

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "core/area.h"
 #include "core/memory.h"
@@ -40,6 +41,16 @@ struct ColourFormat {
     static void load(Row row, const std::uint8_t* source, unsigned firstBit, unsigned radius, unsigned count);
     static void store(std::uint8_t* destination, unsigned firstBit, std::uint8_t* result, unsigned count);
 };
+
+// Calls each(row, column) for the nine places of a 3 x 3 neighbourhood in the order in which ties are
+// decided, as straight code.
+template <class Each>
+void forNine(Each each) {
+    [&]<unsigned... i>(std::integer_sequence<unsigned, i...>) {
+        (each(i / 3, i % 3), ...);
+    }
+    (std::make_integer_sequence<unsigned, 9>());
+}
 
 // The buffered rows, the topmost first, and a row for the filter's result.
 template <class Format>

@@ -31,19 +31,28 @@ __m128i middleOfThree(__m128i a, __m128i b, __m128i c) {
     return Lanes::higher(a, Lanes::lower(b, c));
 }
 
-// The columns are sorted; then the middle of the highest low, the middle middle and the lowest high is it.
+struct SortedColumn {
+    __m128i low, centre, high;
+};
+
+template <class Lanes, class T>
+SortedColumn sortedColumn(const T* top, const T* middle, const T* bottom) {
+    SortedColumn column = {loadLanes(top), loadLanes(middle), loadLanes(bottom)};
+    sortTwo<Lanes>(column.low, column.centre);
+    sortTwo<Lanes>(column.centre, column.high);
+    sortTwo<Lanes>(column.low, column.centre);
+    return column;
+}
+
+// The middle of the highest low, the middle centre and the lowest high of the columns is the median.
 template <class Lanes, class T>
 __m128i medianOfNine(const T* top, const T* middle, const T* bottom) {
-    __m128i low[3], centre[3], high[3];
-    for (unsigned c = 0; c < 3; c++) {
-        low[c] = loadLanes(top + c), centre[c] = loadLanes(middle + c), high[c] = loadLanes(bottom + c);
-        sortTwo<Lanes>(low[c], centre[c]);
-        sortTwo<Lanes>(centre[c], high[c]);
-        sortTwo<Lanes>(low[c], centre[c]);
-    }
-    return middleOfThree<Lanes>(Lanes::higher(Lanes::higher(low[0], low[1]), low[2]),
-                                middleOfThree<Lanes>(centre[0], centre[1], centre[2]),
-                                Lanes::lower(Lanes::lower(high[0], high[1]), high[2]));
+    const SortedColumn a = sortedColumn<Lanes>(top, middle, bottom);
+    const SortedColumn b = sortedColumn<Lanes>(top + 1, middle + 1, bottom + 1);
+    const SortedColumn c = sortedColumn<Lanes>(top + 2, middle + 2, bottom + 2);
+    return middleOfThree<Lanes>(Lanes::higher(Lanes::higher(a.low, b.low), c.low),
+                                middleOfThree<Lanes>(a.centre, b.centre, c.centre),
+                                Lanes::lower(Lanes::lower(a.high, b.high), c.high));
 }
 
 // The smallest and the largest of the values that the windows of a whole register see.
@@ -114,14 +123,12 @@ class ColourMedian {
         for (unsigned x = 0; x < count; x += WordLanes::count, result += 24) {
             const __m128i brightness = middleBrightness(rows, x);
             __m128i inAll = _mm_set1_epi8(-1), inAny = _mm_setzero_si128();
-            for (unsigned y = 0; y < size_; y++) {
-                for (unsigned c = x; c < x + size_; c++) {
-                    const __m128i same = _mm_cmpeq_epi16(loadLanes(rows[y].brightness + c), brightness);
-                    const __m128i blueRed = loadLanes(rows[y].blueRed + c);
-                    inAny = _mm_or_si128(inAny, _mm_and_si128(blueRed, same));
-                    inAll = _mm_andnot_si128(_mm_andnot_si128(blueRed, same), inAll);
-                }
-            }
+            forAllNeighbours([&](unsigned y, unsigned c) {
+                const __m128i same = _mm_cmpeq_epi16(loadLanes(rows[y].brightness + x + c), brightness);
+                const __m128i blueRed = loadLanes(rows[y].blueRed + x + c);
+                inAny = _mm_or_si128(inAny, _mm_and_si128(blueRed, same));
+                inAll = _mm_andnot_si128(_mm_andnot_si128(blueRed, same), inAll);
+            });
             const int oneColour = _mm_movemask_epi8(_mm_cmpeq_epi16(inAny, inAll));
             if (oneColour != 0xFFFF) inAny = decide(rows, x, count, inAny, oneColour);
             joinColours(result, brightness, inAny);
@@ -129,6 +136,13 @@ class ColourMedian {
     }
 
  private:
+    template <class Each>
+    void forAllNeighbours(Each each) const {
+        if (size_ == 3) return forNine(each);
+        for (unsigned y = 0; y < size_; y++)
+            for (unsigned c = 0; c < size_; c++) each(y, c);
+    }
+
     __m128i middleBrightness(const ColourRow* rows, unsigned x) const {
         if (size_ == 3)
             return medianOfNine<WordLanes>(rows[0].brightness + x, rows[1].brightness + x,
@@ -137,7 +151,8 @@ class ColourMedian {
     }
 
     // Replaces the words whose two bits in oneColour are clear.
-    __m128i decide(const ColourRow* rows, unsigned x, unsigned count, __m128i blueRed, int oneColour) const {
+    [[gnu::noinline]] __m128i decide(const ColourRow* rows, unsigned x, unsigned count, __m128i blueRed,
+                                     int oneColour) const {
         alignas(16) std::uint16_t words[WordLanes::count];
         _mm_store_si128(reinterpret_cast<__m128i*>(words), blueRed);
         for (unsigned i = 0; i < WordLanes::count && x + i < count; i++)

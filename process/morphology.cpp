@@ -62,7 +62,7 @@ struct Erosion {
     }
 };
 
-// One filter for all depths; the engine picks row() by the form of the rows.
+// The same change for each form of rows.
 template <class Change>
 struct MorphologyFilter {
     Change change;
@@ -75,12 +75,12 @@ struct LevelFilter : MorphologyFilter<Change> {
         const __m128i zero = _mm_setzero_si128();
         for (unsigned x = 0; x < count; x += 16) {
             __m128i extreme = loadLanes(rows[1] + x + 1), low = zero, high = zero;
-            for (unsigned i = 0; i < neighbours; i++) {
-                const __m128i level = loadLanes(rows[i / 3] + x + i % 3);
+            forNine([&](unsigned y, unsigned c) {
+                const __m128i level = loadLanes(rows[y] + x + c);
                 extreme = Change::extremeLevel(extreme, level);
                 low = _mm_add_epi16(low, _mm_unpacklo_epi8(level, zero));
                 high = _mm_add_epi16(high, _mm_unpackhi_epi8(level, zero));
-            }
+            });
             const __m128i stays =
                 _mm_packs_epi16(this->change.staysLevels(low), this->change.staysLevels(high));
             _mm_storeu_si128(reinterpret_cast<__m128i*>(result + x),
@@ -94,8 +94,8 @@ struct BitFilter : MorphologyFilter<Change> {
     void row(std::uint8_t* const* rows, std::uint8_t* result, unsigned count) const {
         for (unsigned x = 0; x < count; x += 16) {
             __m128i counts = _mm_setzero_si128();  // a set bit is the byte -1
-            for (unsigned i = 0; i < neighbours; i++)
-                counts = _mm_sub_epi8(counts, loadLanes(rows[i / 3] + x + i % 3));
+            forNine(
+                [&](unsigned y, unsigned c) { counts = _mm_sub_epi8(counts, loadLanes(rows[y] + x + c)); });
             _mm_storeu_si128(reinterpret_cast<__m128i*>(result + x),
                              this->change.bits(loadLanes(rows[1] + x + 1), counts));
         }
@@ -106,29 +106,22 @@ template <class Change>
 struct ColourFilter : MorphologyFilter<Change> {
     void row(const ColourRow* rows, std::uint8_t* result, unsigned count) const {
         for (unsigned x = 0; x < count; x += 8, result += 24) {
-            const __m128i zero = _mm_setzero_si128(), ones = _mm_set1_epi16(1);
+            const __m128i zero = _mm_setzero_si128();
             __m128i extreme = loadLanes(rows[0].brightness + x), blueRed = loadLanes(rows[0].blueRed + x);
-            __m128i low = _mm_unpacklo_epi16(extreme, zero), high = _mm_unpackhi_epi16(extreme, zero);
-            for (unsigned i = 1; i < neighbours; i += 2) {
-                const __m128i a = loadLanes(rows[i / 3].brightness + x + i % 3);
-                const __m128i b = loadLanes(rows[(i + 1) / 3].brightness + x + (i + 1) % 3);
-                low = _mm_add_epi32(low, _mm_madd_epi16(_mm_unpacklo_epi16(a, b), ones));
-                high = _mm_add_epi32(high, _mm_madd_epi16(_mm_unpackhi_epi16(a, b), ones));
-                consider(extreme, blueRed, a, loadLanes(rows[i / 3].blueRed + x + i % 3));
-                consider(extreme, blueRed, b, loadLanes(rows[(i + 1) / 3].blueRed + x + (i + 1) % 3));
-            }
+            __m128i low = zero, high = zero;
+            forNine([&](unsigned y, unsigned c) {
+                const __m128i brightness = loadLanes(rows[y].brightness + x + c);
+                const __m128i better = Change::replaces(brightness, extreme);
+                extreme = Change::extremeBrightness(extreme, brightness);
+                blueRed = select(better, loadLanes(rows[y].blueRed + x + c), blueRed);
+                low = _mm_add_epi32(low, _mm_unpacklo_epi16(brightness, zero));
+                high = _mm_add_epi32(high, _mm_unpackhi_epi16(brightness, zero));
+            });
             const __m128i stays =
                 _mm_packs_epi32(this->change.staysBrightness(low), this->change.staysBrightness(high));
             joinColours(result, select(stays, loadLanes(rows[1].brightness + x + 1), extreme),
                         select(stays, loadLanes(rows[1].blueRed + x + 1), blueRed));
         }
-    }
-
- private:
-    static void consider(__m128i& extreme, __m128i& blueRed, __m128i brightness, __m128i itsBlueRed) {
-        const __m128i better = Change::replaces(brightness, extreme);
-        extreme = Change::extremeBrightness(extreme, brightness);
-        blueRed = select(better, itsBlueRed, blueRed);
     }
 };
 

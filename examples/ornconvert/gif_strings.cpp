@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <vector>
 
 #include "messages.h"
@@ -132,7 +133,9 @@ Picture loadGifFrameWithStrings(const std::wstring& file, const GifFrameInfo& fr
         throw Failure{text(L"image data of code size ", frame.codesize, L" cannot be read")};
     CodeStream stream = joinBlocks(data);
     startWithClear(stream);
-    Bytes pixels(static_cast<std::size_t>(frame.width) * static_cast<std::size_t>(frame.height));
+    const long long pixelCount = 1LL * frame.width * frame.height;
+    if (pixelCount > 0x7FFFFFFF) throw std::bad_alloc();
+    Bytes pixels(static_cast<std::size_t>(pixelCount));
     if (!decode(cutIntoBlocks(stream), pixels))
         flaw = L"the image data is damaged; what lies behind is missing";
     if (stream.broken) flaw = L"the file ends early; the pixels that are missing have the colour of index 0";

@@ -32,6 +32,9 @@ class Picture {
     UINT height() const { return image_.bottom - image_.top + 1; }
     unsigned bits() const { return image_.header->biBitCount; }
 
+    // A black picture of the area's size, with the same resolution.
+    Picture blank(unsigned bits) const;
+
     // Narrows the area. The coordinates are inclusive and count from the present area's top left corner.
     // Throws a Failure that says what is wrong with them.
     void crop(long left, long top, long right, long bottom);

@@ -73,10 +73,14 @@ Window::~Window() {
     if (window_) DestroyWindow(window_);
 }
 
-SIZE Window::client() const {
+SIZE clientSizeOf(HWND window) {
     RECT area = {};
-    GetClientRect(window_, &area);
+    GetClientRect(window, &area);
     return {area.right, area.bottom};
+}
+
+SIZE Window::client() const {
+    return clientSizeOf(window_);
 }
 
 void Window::resize(SIZE client) {
@@ -114,9 +118,9 @@ void Surface::clear() {
     std::fill_n(bits_, width_ * height_, backdrop);
 }
 
-Pixels shownBy(const Window& window) {
+Pixels shownBy(HWND window) {
     settle();
-    const SIZE size = window.client();
+    const SIZE size = clientSizeOf(window);
     POINT corner = {0, 0};
     ClientToScreen(window, &corner);
     Surface copy(size.cx, size.cy);

@@ -35,6 +35,8 @@ std::uint32_t colourOf(const TestImage& image, int x, int y);
 Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std::int64_t x, std::int64_t y,
                   std::int64_t screenX, std::int64_t screenY);
 
+SIZE clientSizeOf(HWND window);
+
 // A window of the given client area. One that only has a size needs no display.
 class Window {
  public:
@@ -74,7 +76,7 @@ class Surface {
 };
 
 // What the screen shows of a window's client area, read back from the display.
-Pixels shownBy(const Window& window);
+Pixels shownBy(HWND window);
 
 // How many more GDI objects the process could have: what leaks is missing here. Wine cannot count them
 // (GetGuiResources gives 0).
