@@ -103,6 +103,7 @@ TEST(JpegHostile, ACutSequentialFileKeepsWhatWasDecoded) {
     stream.resize(stream.size() * 3 / 4);
     const GuardedBytes source(stream);
     TestImage image(64, 64, 24);
+    std::memset(image.image.bits, 0xA5, image->header->biSizeImage);
     EXPECT_EQ(loadjpgfrombuffer(source.data(), image), ERR_TRUNCATED);
     const PlainPlanes planes = decodePlainly(picture);
     int x = 0, y = 0;
@@ -113,6 +114,10 @@ TEST(JpegHostile, ACutSequentialFileKeepsWhatWasDecoded) {
     }
     EXPECT_GE(y, 32) << "rows above the cut";
     EXPECT_EQ(x % 8, 0) << "whole blocks of the row that was cut";
+    const int left = x, band = y / 8;
+    for (; y < 64; y++)
+        for (x = y / 8 == band ? left : 0; x < 64; x++)
+            ASSERT_EQ(image.pixel(x, y), 0xA5A5A5u) << "behind the cut at " << x << "," << y;
 }
 
 TEST(JpegHostile, ACutBelowTheLastWantedRowIsNoError) {
