@@ -205,6 +205,123 @@ WORD ORNAPI OrrinversiondateW(WCHAR *buffer, int size);
 /* Printing is not provided: does nothing and returns 0, whatever it is given. */
 int ORNAPI printimage(long a1, long a2, long a3, long a4, long a5, long a6, long a7);
 
+/* ---- Palettes and RGB --------------------------------------------------------------------------------- */
+
+/*
+ * Operations on two images work on what both areas have, from the top-left corner of each; no pixel outside that
+ * changes. Source and destination may be the same image where their bit counts allow it.
+ */
+
+/*
+ * Maps a 24-bit image to an 8-bit one with a palette of its own, made by median cut.
+ *   colors  2 to 256; palette entries for which the picture has too few colours repeat entry 0
+ *   mode    how pixels are matched to the palette, as for matchcolorimageex
+ * The destination's palette and palcolors are replaced, its grey mark is cleared and a DIB section's colours are
+ * updated, these two also when matching fails.
+ * Returns 0, the codes of checkrange_, ERR_BITS (not 24 to 8 bits), ERR_RANGE (no palette, or one with room for
+ * fewer colours), ERR_ARGUMENT (colors, mode), ERR_MEMORY.
+ */
+int ORNAPI convertrgbtopalex(int colors, imgdes *source, imgdes *destination, int mode);
+
+/* Like convertrgbtopalex with mode 2. */
+int ORNAPI convertrgbtopal(int colors, imgdes *source, imgdes *destination);
+
+/*
+ * Expands an 8-bit image to a 24-bit one through its palette. Pixels beyond palcolors take what their palette
+ * slot holds. Returns 0, the codes of checkrange_, ERR_BITS (not 8 to 24 bits), ERR_RANGE (no palette),
+ * ERR_MEMORY.
+ */
+int ORNAPI convertpaltorgb(imgdes *source, imgdes *destination);
+
+/* ---- Colour matching ---------------------------------------------------------------------------------- */
+
+/*
+ * Maps an 8- or 24-bit image to the palette of an 8-bit one; that palette does not change.
+ *   mode  0: near colours by octree; 1: the same with Floyd-Steinberg error diffusion;
+ *         2: the nearest colours by search along one channel; 3: the same with error diffusion
+ * Colours that share the upper 5 bits of all channels all get the index found for the first of them, rows being
+ * taken from the top and pixels from the left.
+ * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (a palette missing, palcolors
+ * 0, or more than 256 in the destination), ERR_ARGUMENT (mode), ERR_MEMORY. Calls on several threads take turns.
+ */
+int ORNAPI matchcolorimageex(imgdes *source, imgdes *destination, int mode);
+
+/* Like matchcolorimageex with mode 1. */
+int ORNAPI matchcolorimage(imgdes *source, imgdes *destination);
+
+/*
+ * Maps an 8-bit image to fewer colours, destination->palcolors of them, chosen from the source's palette: the
+ * most frequent ones that are far enough apart. Both images must be 8-bit.
+ *   mode  as for matchcolorimageex
+ * The destination's palette is replaced and its grey mark cleared even if matching fails.
+ * Returns 0, the codes of checkrange_, ERR_BITS, ERR_RANGE (a palette missing; palcolors outside 2 to 255, more
+ * than the source has, or more than there is room for), ERR_ARGUMENT (mode), ERR_MEMORY.
+ */
+int ORNAPI reduceimagecolors(imgdes *source, imgdes *destination, int mode);
+
+/* ---- Histograms and grey ------------------------------------------------------------------------------ */
+
+/*
+ * Counts the levels of an area into tables of 256 counters, which are cleared first: red, green and blue of a
+ * 24-bit image; of an 8-bit image the indices, into redtab alone, unless colorflag is not 0 and the image has no
+ * grey mark, when the colours of its palette are counted.
+ * Returns 0, the codes of checkrange_, ERR_RANGE (a table that is needed is null, or there is no palette; redtab
+ * is cleared all the same), ERR_MEMORY.
+ */
+int ORNAPI calchistorgb(imgdes *image, long *redtab, long *greentab, long *bluetab, int colorflag);
+
+/* Like calchistorgb with colorflag 0. */
+int ORNAPI calchisto(imgdes *image, long *redtab, long *greentab, long *bluetab);
+
+/*
+ * Turns an 8- or 24-bit image into an 8-bit grey one, (30 red + 59 green + 11 blue) / 100 rounded down, and gives
+ * it the grey palette. Pixels of an 8-bit image beyond its palcolors become 0.
+ * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (8-bit source without a
+ * palette).
+ */
+int ORNAPI colortogray(imgdes *source, imgdes *destination);
+
+/*
+ * Between 16-bit and 8-bit grey: the high byte is taken, or the byte is repeated. Palettes stay.
+ * Returns 0, the codes of checkrange16_, ERR_BITS when neither image has its bit count. One wrong bit count
+ * alone passes: pixels of one and two bytes are then read and written in a row regardless of it, from the column
+ * left times the whole bytes of a pixel, as far as the image's memory goes.
+ */
+int ORNAPI convertgray16to8(imgdes *source, imgdes *destination);
+int ORNAPI convertgray8to16(imgdes *source, imgdes *destination);
+
+/* ---- Hue, overlays, blocks ---------------------------------------------------------------------------- */
+
+/*
+ * Convert count colours between 4-byte elements blue, green, red, reserved and 3-byte elements hue, saturation,
+ * value. Hue 0 to 255 stands for the full circle from red over green (85) and blue (171); saturation 255 is
+ * full; value is the largest of red, green and blue. The reserved byte is neither read nor written. Nothing
+ * happens for a count of 0 or less.
+ */
+void ORNAPI rgb2hsv(const unsigned char *rgb, unsigned char *hsv, int count);
+void ORNAPI hsv2rgb(const unsigned char *hsv, unsigned char *rgb, int count);
+
+/*
+ * Copies the source's area and replaces its square blocks, from the top-left, by their mean colour; columns and
+ * rows at the right and bottom that do not fill a block stay as copied. An 8-bit image with a colour palette is
+ * given a new palette for the whole destination picture.
+ *   blocksize  2 to 63, and no more than the smaller side of the area
+ * Returns 0, the codes of copyimage, ERR_ARGUMENT, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI pixellize(int blocksize, imgdes *source, imgdes *destination);
+
+/*
+ * Lays the image over on the image under, all three images of 8 or all of 24 bits. cover keeps the pixels of
+ * over that are brighter than level (0 to 255; of 24-bit pixels the sum of the channels against 3 * level);
+ * coverclear keeps those that are not of the colour clearcolor (blue << 16 | green << 8 | red; of 8-bit pixels its
+ * low byte). Everywhere else under shows. Palette images are decided channel by channel, and the whole
+ * result picture gets a new palette. The result may be one of the other two.
+ * Returns 0, ERR_ARGUMENT (level, clearcolor), the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE
+ * (a palette missing), ERR_MEMORY, and convertrgbtopalex's. Calls on several threads take turns.
+ */
+int ORNAPI cover(int level, imgdes *under, imgdes *over, imgdes *result);
+int ORNAPI coverclear(int clearcolor, imgdes *under, imgdes *over, imgdes *result);
+
 /* ---- BMP ---------------------------------------------------------------------------------------------- */
 
 /*

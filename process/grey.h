@@ -1,0 +1,15 @@
+// The library's one idea of a colour's brightness.
+#pragma once
+
+#include <cstdint>
+
+namespace orn32 {
+
+inline std::uint8_t greyLevel(unsigned blue, unsigned green, unsigned red) {
+    return static_cast<std::uint8_t>((30 * red + 59 * green + 11 * blue) / 100);
+}
+
+// The grey levels of count blue, green, red triples.
+void greyRow(std::uint8_t* grey, const std::uint8_t* bgr, unsigned count);
+
+}  // namespace orn32

@@ -1,0 +1,101 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "orn32.h"
+#include "tests/support/guarded.h"
+
+namespace {
+
+using Hsv = std::array<int, 3>;
+using Rgb = std::array<int, 3>;  // red, green, blue
+
+// The formulas, with plain divisions.
+Hsv plainHsv(int r, int g, int b) {
+    const int high = std::max({r, g, b}), low = std::min({r, g, b});
+    if (high == low) return {0, 0, high};
+    int base, x, y;
+    if (b == low)
+        base = 0, x = g, y = r;
+    else if (r == low)
+        base = 120, x = b, y = g;
+    else
+        base = 240, x = r, y = b;
+    const int hue = (256 * base + (x - low) * 30720 / (x + y - 2 * low) + 180) / 360;
+    return {hue & 255, ((high - low) * 255 + high / 2) / high, high};
+}
+
+Rgb plainRgb(int h, int s, int v) {
+    const int d = (360 * h + 128) / 256;
+    if (s == 0) return {v, v, v};
+    const int p = ((255 - s) * v + 127) / 255, q = v - p;
+    const auto part = [&](int rising, int falling) { return p + (q * rising + falling / 2) / falling; };
+    if (d <= 60) return {v, part(d, 120 - d), p};
+    if (d <= 120) return {part(120 - d, d), v, p};
+    if (d <= 180) return {p, v, part(d - 120, 240 - d)};
+    if (d <= 240) return {p, part(240 - d, d - 120), v};
+    if (d <= 300) return {part(d - 240, 360 - d), p, v};
+    return {v, p, part(360 - d, d - 240)};
+}
+
+}  // namespace
+
+TEST(Hsv, EveryColourAgreesWithThePlainFormula) {
+    for (int r = 0; r < 256; r++) {
+        std::vector<std::uint8_t> rgb(65536 * 4), hsv(65536 * 3);
+        for (int i = 0; i < 65536; i++) {
+            rgb[std::size_t(4 * i)] = std::uint8_t(i), rgb[std::size_t(4 * i + 1)] = std::uint8_t(i >> 8);
+            rgb[std::size_t(4 * i + 2)] = std::uint8_t(r);
+        }
+        rgb2hsv(rgb.data(), hsv.data(), 65536);
+        for (int i = 0; i < 65536; i++) {
+            const std::uint8_t* got = &hsv[std::size_t(3 * i)];
+            ASSERT_EQ((Hsv{got[0], got[1], got[2]}), plainHsv(r, i >> 8, i & 255))
+                << r << "," << (i >> 8) << "," << (i & 255);
+        }
+    }
+}
+
+TEST(Hsv, EveryHsvAgreesWithThePlainFormula) {
+    for (int h = 0; h < 256; h++) {
+        for (int s = 0; s < 256; s++) {
+            std::uint8_t hsv[256 * 3], rgb[256 * 4];
+            std::memset(rgb, 0x77, sizeof rgb);
+            for (int v = 0; v < 256; v++)
+                hsv[3 * v] = std::uint8_t(h), hsv[3 * v + 1] = std::uint8_t(s),
+                        hsv[3 * v + 2] = std::uint8_t(v);
+            hsv2rgb(hsv, rgb, 256);
+            for (int v = 0; v < 256; v++) {
+                ASSERT_EQ((Rgb{rgb[4 * v + 2], rgb[4 * v + 1], rgb[4 * v]}), plainRgb(h, s, v))
+                    << h << "," << s << "," << v;
+                ASSERT_EQ(rgb[4 * v + 3], 0x77);
+            }
+        }
+    }
+}
+
+TEST(Hsv, KnownColours) {
+    struct Case {
+        std::uint8_t rgb[4];
+        Hsv hsv;
+    };
+    for (const Case& c : {Case{{0, 0, 255, 9}, {0, 255, 255}}, Case{{0, 255, 0, 9}, {85, 255, 255}},
+                          Case{{255, 0, 0, 9}, {171, 255, 255}}, Case{{128, 128, 128, 9}, {0, 0, 128}},
+                          Case{{1, 0, 255, 9}, {0, 255, 255}}}) {  // hue 256 becomes 0
+        std::uint8_t hsv[3];
+        rgb2hsv(c.rgb, hsv, 1);
+        EXPECT_EQ((Hsv{hsv[0], hsv[1], hsv[2]}), c.hsv);
+    }
+}
+
+TEST(Hsv, CountsOfZeroAndLessDoNothingAndOthersStayInTheArrays) {
+    rgb2hsv(nullptr, nullptr, 0);
+    hsv2rgb(nullptr, nullptr, -5);
+    for (int count = 1; count < 40; count++) {
+        const test::GuardedBytes rgb(std::size_t(4 * count)), hsv(std::size_t(3 * count));
+        rgb2hsv(rgb.data(), hsv.data(), count);
+        hsv2rgb(hsv.data(), rgb.data(), count);
+    }
+}

@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/process/plain_quantiser.h"
+#include "tests/support/guarded.h"
+#include "tests/support/memory_watch.h"
+
+using namespace test;
+
+namespace {
+
+std::vector<Colour> paletteOf(const imgdes& image) {
+    std::vector<Colour> palette;
+    for (int i = 0; i < image.palcolors; i++)
+        palette.push_back(paletteColour(image, static_cast<unsigned>(i)));
+    return palette;
+}
+
+}  // namespace
+
+TEST(MatchColors, PixelsGetTheIndexOfThePlainMatch) {
+    Random random(320);
+    for (int round = 0; round < 1200; round++) {
+        const unsigned bits = random.oneIn(3) ? 8 : 24;
+        TestImage source(1 + random.below(60), 1 + random.below(30), bits);
+        TestImage destination(1 + random.below(60), 1 + random.below(30), 8);
+        paint(source, random);
+        if (bits == 8) paintPalette(source, random);
+        destination.randomise(random);
+        paintPalette(destination, random);
+        destination->palcolors = random.oneIn(3) ? 256 : random.between(1, 40);
+        if (random.oneIn(2)) source.randomArea(random), destination.randomArea(random);
+        const int mode = random.between(0, 3);
+        const auto palette = paletteOf(destination.image);
+        const auto expected =
+            bytesWith(destination, plainMatch(commonColours(source, destination), palette, mode),
+                      [](int index) { return static_cast<unsigned>(index); });
+        const std::vector<std::uint8_t> entries(
+            reinterpret_cast<const std::uint8_t*>(destination->palette),
+            reinterpret_cast<const std::uint8_t*>(destination->palette + 256));
+        const UINT kind = destination->imgkind = random.below(2);
+        ASSERT_EQ(matchcolorimageex(source, destination, mode), 0);
+        ASSERT_EQ(destination.bytes(), expected)
+            << describe(source, destination) << ", mode " << mode << ", " << palette.size() << " colours";
+        ASSERT_EQ(std::memcmp(entries.data(), destination->palette, entries.size()), 0);
+        ASSERT_EQ(destination->imgkind, kind);
+    }
+}
+
+TEST(MatchColors, EveryMemoryAccessStaysInsideItsBlock) {
+    Random random(321);
+    for (int round = 0; round < 200; round++) {
+        const MemoryWatch watch;
+        TestImage source(1 + random.below(40), 1 + random.below(4), random.oneIn(2) ? 8 : 24);
+        TestImage destination(1 + random.below(40), 1 + random.below(4), 8);
+        paint(source, random);
+        paintPalette(destination, random);
+        destination->palcolors = random.between(1, 256);
+        source.randomArea(random);
+        ASSERT_EQ(matchcolorimageex(source, destination, random.between(0, 3)), 0);
+    }
+}
+
+TEST(MatchColors, AnImageMayBeMatchedToItsOwnShortenedPalette) {
+    Random random(322);
+    for (int round = 0; round < 200; round++) {
+        TestImage image(1 + random.below(30), 1 + random.below(20), 8);
+        image.randomise(random);
+        paintPalette(image, random);
+        image->palcolors = random.between(1, 50);
+        image.randomArea(random);
+        const int mode = random.between(0, 3);
+        const auto before = image.bytes();
+        const auto expected =
+            bytesWith(image, plainMatch(commonColours(image, image), paletteOf(image.image), mode),
+                      [](int index) { return static_cast<unsigned>(index); });
+        std::copy(before.begin(), before.end(), image->bits);
+        ASSERT_EQ(matchcolorimageex(image, image, mode), 0);
+        ASSERT_EQ(image.bytes(), expected) << image.describe() << ", mode " << mode;
+    }
+}
+
+TEST(MatchColors, AFullOctreeIsSearchedToItsLastLeaf) {
+    // 29 leaves under seven children of the root, the eighth missing: the deepest pile of nodes there can be.
+    TestImage source(16, 16, 24), destination(16, 16, 8);
+    std::vector<Colour> palette;
+    for (unsigned depth = 0; depth < 4; depth++)
+        for (unsigned child = 0; child < 8; child++) {
+            if (depth == 0 && child == 0) continue;
+            Colour c = {0, 0, 0};
+            for (unsigned level = 0; level < depth; level++)
+                c.red |= 0x80 >> level, c.green |= 0x80 >> level, c.blue |= 0x80 >> level;
+            const unsigned bit = 0x80 >> depth;
+            if (child & 4) c.red = static_cast<std::uint8_t>(c.red | bit);
+            if (child & 2) c.green = static_cast<std::uint8_t>(c.green | bit);
+            if (child & 1) c.blue = static_cast<std::uint8_t>(c.blue | bit);
+            palette.push_back(c);
+        }
+    for (std::size_t i = 0; i < palette.size(); i++)
+        destination->palette[i] = {palette[i].blue, palette[i].green, palette[i].red, 0};
+    destination->palcolors = static_cast<int>(palette.size());
+    Random random(323);
+    for (int y = 0; y < 16; y++)
+        for (int x = 0; x < 16; x++) source.setPixel(x, y, random.next() & 0x7F7F7F);
+    const auto expected = bytesWith(destination, plainMatch(commonColours(source, destination), palette, 0),
+                                    [](int index) { return static_cast<unsigned>(index); });
+    ASSERT_EQ(matchcolorimageex(source, destination, 0), 0);
+    EXPECT_EQ(destination.bytes(), expected);
+}
+
+TEST(MatchColors, EntriesInOneOctreeCellAnswerWithTheLastIndexAndTheFirstColour) {
+    TestImage source(1, 1, 24), destination(1, 1, 8);
+    destination->palette[0] = {0x10, 0x10, 0x10, 0};
+    destination->palette[1] = {0x1F, 0x1F, 0x1F, 0};  // same cell as entry 0
+    destination->palette[2] = {0x1F, 0x1F, 0x20, 0};  // nearer to the pixel than entry 0, not than entry 1
+    destination->palcolors = 3;
+    source.setPixel(0, 0, 0x1E1E1E);
+    ASSERT_EQ(matchcolorimageex(source, destination, 0), 0);
+    // The way down ends in the first cell; its parent holds that one leaf and no other.
+    EXPECT_EQ(destination.pixel(0, 0), 1u);
+    source.setPixel(0, 0, 0x2E1E1E);
+    ASSERT_EQ(matchcolorimageex(source, destination, 0), 0);
+    EXPECT_EQ(destination.pixel(0, 0), 2u);
+}
+
+TEST(MatchColors, TheFirstPixelOfACellDecidesForAllOfIt) {
+    TestImage source(2, 2, 24), destination(2, 2, 8);
+    destination->palette[0] = {0, 0, 0, 0};
+    destination->palette[1] = {7, 7, 7, 0};
+    destination->palcolors = 2;
+    source.setPixel(0, 0, 0x060606);
+    ASSERT_EQ(matchcolorimageex(source, destination, 2), 0);
+    EXPECT_EQ(destination.pixel(0, 0), 1u);
+    EXPECT_EQ(destination.pixel(1, 0), 1u) << "black shares a cell with the grey before it";
+    EXPECT_EQ(destination.pixel(1, 1), 1u);
+}
+
+TEST(MatchColors, MatchColorImageIsOctreeWithDiffusion) {
+    TestImage source(40, 30, 24), a(40, 30, 8), b(40, 30, 8);
+    Random random(324);
+    source.randomise(random);
+    paintPalette(a, random);
+    std::memcpy(b->palette, a->palette, 1024);
+    ASSERT_EQ(matchcolorimage(source, a), 0);
+    ASSERT_EQ(matchcolorimageex(source, b, 1), 0);
+    EXPECT_EQ(a.bytes(), b.bytes());
+}
+
+TEST(MatchColors, ReportsTheFirstThingThatIsWrongAndWritesNothing) {
+    TestImage rgb(6, 6, 24), pal(6, 6, 8), one(6, 6, 1), to(6, 6, 8);
+    Random random(325);
+    to.randomise(random);
+    const auto before = to.bytes();
+    const auto without = [](imgdes image, bool palette, int colours) {
+        if (!palette) image.palette = nullptr;
+        image.palcolors = colours;
+        return image;
+    };
+    imgdes bare = without(to.image, false, 256), none = without(to.image, true, 0);
+    imgdes negative = without(to.image, true, -1), many = without(to.image, true, 257);
+    imgdes bareSource = without(pal.image, false, 256), noneSource = without(pal.image, true, 0);
+    struct Case {
+        imgdes *source, *destination;
+        int mode, expected;
+    } const cases[] = {
+        {rgb, to, 4, ERR_ARGUMENT},      {rgb, to, -1, ERR_ARGUMENT},     {rgb, &bare, 4, ERR_RANGE},
+        {rgb, &none, 4, ERR_RANGE},      {rgb, &negative, 0, ERR_RANGE},  {rgb, &many, 0, ERR_RANGE},
+        {&bareSource, to, 9, ERR_RANGE}, {&noneSource, to, 0, ERR_RANGE}, {one, to, 0, ERR_BITS},
+        {&bareSource, rgb, 0, ERR_BITS}, {rgb, one, 0, ERR_BITS},         {nullptr, to, 0, ERR_RANGE},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(matchcolorimageex(c.source, c.destination, c.mode), c.expected) << "case " << &c - cases;
+        EXPECT_EQ(to.bytes(), before);
+    }
+}
+
+TEST(MatchColors, CallsOnSeveralThreadsTakeTurns) {
+    struct Job {
+        TestImage source{90, 70, 24}, destination{90, 70, 8}, expected{90, 70, 8};
+        int mode = 0, wrong = 0;
+    } jobs[4];
+    Random random(326);
+    for (Job& job : jobs) {
+        job.mode = static_cast<int>(&job - jobs);
+        paint(job.source, random);
+        paintPalette(job.destination, random);
+        std::memcpy(job.expected->palette, job.destination->palette, 1024);
+        matchcolorimageex(job.source, job.expected, job.mode);
+    }
+    std::vector<std::thread> threads;
+    for (Job& job : jobs)
+        threads.emplace_back([&job] {
+            for (int round = 0; round < 30; round++) {
+                if (matchcolorimageex(job.source, job.destination, job.mode) != 0) job.wrong++;
+                if (job.destination.bytes() != job.expected.bytes()) job.wrong++;
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (const Job& job : jobs) EXPECT_EQ(job.wrong, 0) << "mode " << job.mode;
+}

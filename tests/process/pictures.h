@@ -1,0 +1,116 @@
+// Pictures for the tests of image operations, and their pixels as plain values.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "tests/support/random.h"
+#include "tests/support/test_image.h"
+
+namespace test {
+
+// The pixels of an area, row by row.
+template <class T>
+struct Grid {
+    int width = 0, height = 0;
+    std::vector<T> pixels;
+
+    Grid(int w, int h) : width(w), height(h), pixels(static_cast<std::size_t>(w * h)) {}
+    T& at(int x, int y) { return pixels[static_cast<std::size_t>(y * width + x)]; }
+    const T& at(int x, int y) const { return pixels[static_cast<std::size_t>(y * width + x)]; }
+};
+
+inline Colour paletteColour(const imgdes& image, unsigned index) {
+    const RGBQUAD& entry = image.palette[index];
+    return {entry.rgbBlue, entry.rgbGreen, entry.rgbRed};
+}
+
+// The colour of a pixel of the picture, through the palette where the image has 8 bits.
+inline Colour colourAt(const TestImage& image, int x, int y) {
+    const unsigned p = image.pixel(x, y);
+    if (image.bitsPerPixel() == 8) return paletteColour(image.image, p);
+    return {static_cast<std::uint8_t>(p), static_cast<std::uint8_t>(p >> 8),
+            static_cast<std::uint8_t>(p >> 16)};
+}
+
+inline int commonWidth(const TestImage& a, const TestImage& b) {
+    return std::min(a.areaWidth(), b.areaWidth());
+}
+inline int commonHeight(const TestImage& a, const TestImage& b) {
+    return std::min(a.areaHeight(), b.areaHeight());
+}
+
+// The colours of the source's part of the area that both have.
+inline Grid<Colour> commonColours(const TestImage& source, const TestImage& destination) {
+    Grid<Colour> grid(commonWidth(source, destination), commonHeight(source, destination));
+    for (int y = 0; y < grid.height; y++)
+        for (int x = 0; x < grid.width; x++)
+            grid.at(x, y) = colourAt(source, static_cast<int>(source.image.left) + x,
+                                     static_cast<int>(source.image.top) + y);
+    return grid;
+}
+
+// The image's pixel bytes with the grid put at its area's top-left corner.
+template <class T, class ToPixel>
+std::vector<std::uint8_t> bytesWith(TestImage& image, const Grid<T>& grid, ToPixel toPixel) {
+    const std::vector<std::uint8_t> before = image.bytes();
+    for (int y = 0; y < grid.height; y++)
+        for (int x = 0; x < grid.width; x++)
+            image.setPixel(static_cast<int>(image->left) + x, static_cast<int>(image->top) + y,
+                           toPixel(grid.at(x, y)));
+    const std::vector<std::uint8_t> after = image.bytes();
+    std::copy(before.begin(), before.end(), image->bits);
+    return after;
+}
+
+// Noise, few colours, few greys, slow gradients with a little noise: what photographs, drawings and
+// half-finished programs hand over.
+inline void paint(TestImage& image, Random& random) {
+    image.randomise(random);
+    const unsigned kind = random.below(4);
+    if (kind == 0 || image.bitsPerPixel() == 8) return;
+    std::vector<unsigned> colours;
+    for (unsigned i = 0, n = 1 + random.below(12); i < n; i++)
+        colours.push_back(kind == 2 ? random.byte() * 0x010101u : random.next() & 0xFFFFFF);
+    const double slope[3] = {random.between(-40, 40) / 16.0, random.between(-40, 40) / 16.0,
+                             random.between(-40, 40) / 16.0};
+    const int noise = random.between(0, 9), start = random.byte();
+    for (int y = 0; y < image.height(); y++)
+        for (int x = 0; x < image.width(); x++) {
+            unsigned pixel = colours[random.below(static_cast<unsigned>(colours.size()))];
+            if (kind == 3) {
+                pixel = 0;
+                for (int c = 0; c < 3; c++) {
+                    const double level =
+                        start + slope[c] * x + slope[(c + 1) % 3] * y + 30 * std::sin(x * 0.1 * c);
+                    const int v = std::clamp(static_cast<int>(level) + random.between(0, noise), 0, 255);
+                    pixel |= static_cast<unsigned>(v) << 8 * c;
+                }
+            }
+            image.setPixel(x, y, pixel);
+        }
+}
+
+// A random palette in use: any colours, close ones, ones that repeat, greys, or colours on one channel only.
+inline void paintPalette(TestImage& image, Random& random) {
+    image.randomisePalette(random);
+    const unsigned kind = random.below(5);
+    for (unsigned i = 0; i < 256; i++) {
+        RGBQUAD& entry = image->palette[i];
+        if (kind == 1)
+            for (BYTE* c : {&entry.rgbBlue, &entry.rgbGreen, &entry.rgbRed})
+                *c = static_cast<BYTE>(100 + *c % 24);
+        if (kind == 2 && i) entry = image->palette[random.below(i)];
+        if (kind == 3) entry.rgbBlue = entry.rgbGreen = entry.rgbRed;
+        if (kind == 4) entry.rgbBlue = entry.rgbRed = 77;
+        entry.rgbReserved = random.byte();
+    }
+}
+
+inline std::string describe(const TestImage& source, const TestImage& destination) {
+    return source.describe() + " to " + destination.describe();
+}
+
+}  // namespace test
