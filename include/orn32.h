@@ -364,6 +364,218 @@ int ORNAPI bmpinfo(const char *name, BITMAPINFOHEADER *info);
 int ORNAPI bmpinfoW(const WCHAR *name, BITMAPINFOHEADER *info);
 int ORNAPI bmpinfofrombuffer(const void *buffer, BITMAPINFOHEADER *info);
 
+/* ---- GIF: compression --------------------------------------------------------------------------------- */
+
+/* For GifDecode and GifEncode, which use codesize only. */
+typedef struct GifCodeParams {
+    UINT reserved[4]; /* neither read nor written */
+    UINT codesize;    /* LZW minimum code size: bits per pixel index */
+} GifCodeParams;
+
+/*
+ * Decompresses GIF image data: the minimum code size (2 to 9) and the chain of sub-blocks behind it, as they
+ * stand in a file from one byte before GifFrameInfo.dataoffset on.
+ *   params     codesize gets the data's minimum code size; may be null
+ *   src, srclen  the data, its length in bytes; what follows the chain does no harm
+ *   dst, dstlen  gets one byte per pixel, in the order of the file; dstlen is its room
+ * Returns the bytes used behind the code size byte, or 0: src or dst not readable, code size out of range, data
+ * that is damaged or ends too early, or more pixels than dst has room for (dst is full then). The terminator of
+ * the chain counts as used only when the data has no end code. Any number of threads may call at once.
+ */
+UINT ORNAPI GifDecode(GifCodeParams *params, const unsigned char *src, int srclen, unsigned char *dst,
+                      int dstlen);
+
+/*
+ * Compresses pixels to GIF image data: the minimum code size, sub-blocks, terminator and a trailer byte ";".
+ *   params     codesize is the number of bits per pixel, up to 11
+ *   src, srclen  one byte per pixel, at least one, each below 2 to the power of codesize
+ *   dst, dstlen  gets the data; a dstlen of 2 * srclen + 300 is room enough for a codesize of 2 to 8
+ * Returns the bytes written, or 0 when dst has not enough room. Any number of threads may call at once.
+ */
+UINT ORNAPI GifEncode(GifCodeParams *params, const unsigned char *src, UINT srclen, unsigned char *dst,
+                      UINT dstlen);
+
+/* ---- GIF: reading ------------------------------------------------------------------------------------- */
+
+/* What gifinfo tells of a GIF and of one frame in it. */
+typedef struct GifFileInfo {
+    int width;        /* of the frame, in pixels */
+    int height;
+    int colorres;     /* bits per colour of the original, 1 to 8 */
+    int bitsperpixel; /* of the frame's own colour table, else of the file */
+    int transcolor;   /* transparent colour index, -1 if there is none */
+    int interlaced;   /* 1 or 0 */
+    int codesize;     /* LZW minimum code size */
+    int version;      /* 87 or 89 */
+    int dibbits;      /* bits per pixel of an image to load it into: 1 or 8 */
+} GifFileInfo;
+
+/* What concerns the whole file. */
+typedef struct GifGlobalInfo {
+    int screenwidth;       /* logical screen, in pixels */
+    int screenheight;
+    int hasglobalpalette;  /* 1 or 0 */
+    int bkgndcolor;        /* background colour index */
+    int loopcount;         /* repetitions of an animation, 0 for ever; -1 if the file does not say */
+    int bitsperpixel;
+    int colorres;
+    int aspectratio;       /* as stored: 0, or 64 * width / height of a pixel - 15 */
+    UINT commentoffset;    /* file offset of the comment's first sub-block; 0 if there is none */
+    int globalcolors;      /* entries in the global colour table */
+    UINT globalpaloffset;  /* its file offset */
+} GifGlobalInfo;
+
+/* One frame. */
+typedef struct GifFrameInfo {
+    int left;             /* position on the logical screen */
+    int top;
+    int haslocalpalette;  /* 1 or 0 */
+    int delay;            /* in hundredths of a second */
+    int transcolor;       /* transparent colour index, -1 if there is none */
+    int disposal;         /* what to do with the frame afterwards, 0 to 7 */
+    int userinput;        /* 1 if the user is to confirm the frame */
+    int dibbits;          /* bits per pixel of an image to load it into: 1 or 8 */
+    int width;
+    int height;
+    int frameno;          /* counted from 0 */
+    int interlaced;
+    int codesize;         /* LZW minimum code size */
+    int localcolors;      /* entries in the frame's own colour table */
+    UINT localpaloffset;  /* file offset of that table */
+    UINT dataoffset;      /* file offset of the image data's first sub-block, behind the code size byte */
+} GifFrameInfo;
+
+/*
+ * Describes the first frame of a GIF. A file that holds no frame gives 0 and a size of 0.
+ * Returns 0, ERR_OPEN, ERR_BAD_GIF (no GIF, or nothing known in it), ERR_TRUNCATED (an extension is cut off),
+ * ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100 bytes are not readable). Records are set in
+ * every case. Calls on several threads take turns, here and in all GIF functions below.
+ */
+int ORNAPI gifinfo(const char *name, GifFileInfo *info);
+int ORNAPI gifinfoW(const WCHAR *name, GifFileInfo *info);
+int ORNAPI gifinfofrombuffer(const void *buffer, GifFileInfo *info);
+
+/*
+ * Like gifinfo, for any frame, counted from 0, and with all that is known. A frame number just behind the last
+ * frame gives 0 and an empty frame record; one beyond that gives ERR_NO_FRAME. Null records are left out.
+ */
+int ORNAPI gifinfoframe(const char *name, GifFileInfo *info, GifGlobalInfo *global, GifFrameInfo *frame,
+                        int frameno);
+int ORNAPI gifinfoframeW(const WCHAR *name, GifFileInfo *info, GifGlobalInfo *global, GifFrameInfo *frame,
+                         int frameno);
+int ORNAPI gifinfoframefrombuffer(const void *buffer, GifFileInfo *info, GifGlobalInfo *global,
+                                  GifFrameInfo *frame, int frameno);
+
+/*
+ * Fills frames[0], frames[1] ... for at most maximum frames. Give gifframecount's answer as maximum: where it
+ * exceeds the number of frames by more than one, the records are filled and the result is ERR_NO_FRAME.
+ * Else like gifinfo.
+ */
+int ORNAPI gifinfoallframes(const char *name, GifGlobalInfo *global, GifFrameInfo *frames, int maximum);
+int ORNAPI gifinfoallframesW(const WCHAR *name, GifGlobalInfo *global, GifFrameInfo *frames, int maximum);
+int ORNAPI gifinfoallframesfrombuffer(const void *buffer, GifGlobalInfo *global, GifFrameInfo *frames,
+                                      int maximum);
+
+/* Counts the frames, up to the trailer or the end of the data. Else like gifinfo; where the walk fails, the
+ * count is that of the frames before. */
+int ORNAPI gifframecount(const char *name, int *count);
+int ORNAPI gifframecountW(const WCHAR *name, int *count);
+int ORNAPI gifframecountfrombuffer(const void *buffer, int *count);
+
+/*
+ * Loads the first frame into the area of a 1- or 8-bit image, from its top-left corner on, as many rows and
+ * columns as both have. In a 1-bit image every index but 0 sets a pixel. The frame's position on the logical
+ * screen is not applied. The palette, its count (never more entries than the image has room for) and the grey
+ * mark follow the file; without a colour table the image gets its default palette.
+ * Only data without string codes is decoded, as savegif writes it: nearly all other GIFs give ERR_LZW_CODE, with
+ * the rows before the first string code stored. GifDecode reads those; docs/gif-string-codes.md shows how.
+ * Returns 0, the codes of gifinfo and checkrange1_, ERR_BITS (24-bit image), ERR_BAD_GIF (code size not 1 to 8),
+ * ERR_LZW_CODE, ERR_MEMORY, ERR_TRUNCATED (the data ends early: the rows before and the palette are loaded).
+ */
+int ORNAPI loadgif(const char *name, imgdes *image);
+int ORNAPI loadgifW(const WCHAR *name, imgdes *image);
+int ORNAPI loadgiffrombuffer(const void *buffer, imgdes *image);
+
+/* Like loadgif, for the frame that the records of gifinfoframe or gifinfoallframes describe. */
+int ORNAPI loadgifframe(const char *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame);
+int ORNAPI loadgifframeW(const WCHAR *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame);
+int ORNAPI loadgifframefrombuffer(const void *buffer, imgdes *image, GifGlobalInfo *global,
+                                  GifFrameInfo *frame);
+
+/*
+ * Reads a colour table into the caller's 256 entries: that of the first frame, or of any frame, with the global
+ * one where the frame has none of its own; or the global table.
+ * Returns the number of entries (0 without a table: nothing is stored), or a code of gifinfoframe.
+ */
+int ORNAPI loadgifpalette(const char *name, RGBQUAD *palette);
+int ORNAPI loadgifpaletteW(const WCHAR *name, RGBQUAD *palette);
+int ORNAPI loadgifpalettefrombuffer(const void *buffer, RGBQUAD *palette);
+int ORNAPI loadgifglobalpalette(const char *name, RGBQUAD *palette);
+int ORNAPI loadgifglobalpaletteW(const WCHAR *name, RGBQUAD *palette);
+int ORNAPI loadgifglobalpalettefrombuffer(const void *buffer, RGBQUAD *palette);
+int ORNAPI loadgifframepalette(const char *name, RGBQUAD *palette, int frameno);
+int ORNAPI loadgifframepaletteW(const WCHAR *name, RGBQUAD *palette, int frameno);
+int ORNAPI loadgifframepalettefrombuffer(const void *buffer, RGBQUAD *palette, int frameno);
+
+/*
+ * Copies the file's comment, at most size - 1 bytes and a terminating 0. A null buffer only measures, up to
+ * 31999 bytes. Returns the number of bytes without the 0, ERR_NO_FRAME (no comment), or a code of gifinfo.
+ */
+int ORNAPI getgifcomment(const char *name, char *buffer, int size);
+int ORNAPI getgifcommentW(const WCHAR *name, char *buffer, int size);
+
+/* ---- GIF: writing ------------------------------------------------------------------------------------- */
+
+#define GIF_INTERLACE 1    /* interlaced rows */
+#define GIF_TRANSPARENT 2  /* write the transparent colour index */
+#define GIF_16COLORS 4     /* 4 bits per pixel; at most 16 palette entries */
+#define GIF_BITS(n) ((n) << 16) /* n bits per pixel, 1 to 8; at most 2 to the power of n palette entries */
+
+/*
+ * Saves the area of a 1- or 8-bit image as a GIF of one frame. A failed save leaves no file.
+ * The data is written without string codes, larger than the pixels, and can be read by every GIF reader.
+ * Pixels that need more bits than are written lose the upper ones.
+ * Returns 0, the codes of checkrange1_, ERR_BITS (24-bit image), ERR_RANGE (more palette entries than the bits
+ * per pixel can name), ERR_TOO_LARGE (area wider or higher than 65535), ERR_ARGUMENT (no palette), ERR_CREATE,
+ * ERR_MEMORY, ERR_WRITE (disk full).
+ */
+int ORNAPI savegif(const char *name, imgdes *image);
+int ORNAPI savegifW(const WCHAR *name, imgdes *image);
+
+/*
+ * Like savegif, with options.
+ *   flags       any of the GIF_ flags above; 0 for none
+ *   transcolor  with GIF_TRANSPARENT: a colour index, 0 to 255, or -1 for none; else unused
+ * The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure.
+ * Returns what savegif returns; ERR_ARGUMENT also for another transcolor.
+ */
+int ORNAPI savegifex(const char *name, imgdes *image, UINT flags, int transcolor);
+int ORNAPI savegifexW(const WCHAR *name, imgdes *image, UINT flags, int transcolor);
+int ORNAPI savegiftobufferex(void **buffer, imgdes *image, UINT flags, int transcolor);
+
+/*
+ * Saves the area of an image as one frame of an animation: makes the file, or appends to one that is there.
+ *   global  for a new file: screenwidth, screenheight, hasglobalpalette (write the image's palette as the global
+ *           table), bkgndcolor, loopcount (0 for ever)
+ *   frame   left, top, haslocalpalette (write the image's palette as the frame's own), delay, disposal,
+ *           userinput, transcolor
+ * At least one of the two palettes must be asked for. An append that fails leaves the file as it was. The
+ * buffer form always makes a new file of one frame.
+ * Returns what savegifex returns.
+ */
+int ORNAPI savegifframe(const char *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame, UINT flags);
+int ORNAPI savegifframeW(const WCHAR *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame,
+                         UINT flags);
+int ORNAPI savegifframetobuffer(void **buffer, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame,
+                                UINT flags);
+
+/*
+ * Sets the header's version for the saves to come: 89, or 87 for any other value. With 89, text is written as a
+ * comment by the next save that succeeds; it is not copied and must stay valid until then. No text, or an empty
+ * one, writes no comment.
+ */
+void ORNAPI setgifcomment(int version, const char *text);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,78 @@
+#include "io/append.h"
+
+#include <algorithm>
+
+#include "orn32.h"
+
+namespace orn32 {
+namespace {
+
+constexpr std::uint32_t pieceBytes = 8192;
+
+HANDLE openExisting(const Target& target) {
+    const DWORD access = GENERIC_READ | GENERIC_WRITE;
+    if (target.wideName)
+        return CreateFileW(target.wideName, access, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                           nullptr);
+    if (target.narrowName)
+        return CreateFileA(target.narrowName, access, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                           nullptr);
+    return INVALID_HANDLE_VALUE;
+}
+
+// The high part makes the position unsigned.
+void seek(HANDLE handle, std::uint32_t position) {
+    LONG high = 0;
+    SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN);
+}
+
+}  // namespace
+
+TemporaryFile::TemporaryFile(const WCHAR* prefix) : name_{} {
+    WCHAR folder[MAX_PATH + 1];
+    const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
+    if (length == 0 || length > MAX_PATH || !GetTempFileNameW(folder, prefix, 0, name_)) name_[0] = 0;
+}
+
+TemporaryFile::~TemporaryFile() {
+    if (exists()) DeleteFileW(name_);
+}
+
+FileTail::FileTail(const Target& target) : handle_(openExisting(target)) {
+    if (!isOpen()) return;
+    size_ = GetFileSize(handle_, nullptr);
+    count_ = std::min(size_, mostBytes);
+    seek(handle_, size_ - count_);
+    DWORD found = 0;
+    if (!ReadFile(handle_, bytes_, count_, &found, nullptr) || found < count_) count_ = 0;
+}
+
+FileTail::~FileTail() {
+    if (isOpen()) CloseHandle(handle_);
+}
+
+int FileTail::replace(std::uint32_t dropped, InputStream& by, std::uint32_t length) {
+    seek(handle_, size_ - dropped);
+    if (copy(by, length) && SetEndOfFile(handle_)) return 0;
+    seek(handle_, size_ - dropped);
+    write(bytes_ + count_ - dropped, dropped);
+    SetEndOfFile(handle_);
+    return ERR_WRITE;
+}
+
+bool FileTail::copy(InputStream& from, std::uint32_t length) {
+    std::uint8_t piece[pieceBytes];
+    while (length > 0) {
+        const std::uint32_t n = std::min(length, pieceBytes);
+        if (!from.readWhole(piece, n) || !write(piece, n)) return false;
+        length -= n;
+    }
+    return true;
+}
+
+bool FileTail::write(const void* source, std::uint32_t count) {
+    DWORD written = 0;
+    return WriteFile(handle_, source, count, &written, nullptr) && written == count;
+}
+
+}  // namespace orn32

@@ -1,0 +1,251 @@
+// GIF compression once more, as plainly as it can be put: one bit, one table lookup, one byte at a time.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace test {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Joins the sub-blocks behind the code size byte, up to the terminator.
+inline Bytes joinedBlocks(const Bytes& data, std::size_t at = 1) {
+    Bytes joined;
+    while (at < data.size() && data[at] != 0) {
+        const std::size_t end = std::min(data.size(), at + 1 + data[at]);
+        joined.insert(joined.end(), data.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+                      data.begin() + static_cast<std::ptrdiff_t>(end));
+        at = end;
+    }
+    return joined;
+}
+
+// Takes codes bit by bit.
+class PlainBits {
+ public:
+    explicit PlainBits(Bytes bytes) : bytes_(std::move(bytes)) {}
+    bool has(unsigned width) const { return bit_ + width <= bytes_.size() * 8; }
+    unsigned take(unsigned width) {
+        unsigned code = 0;
+        for (unsigned i = 0; i < width; i++, bit_++) code |= (bytes_[bit_ / 8] >> bit_ % 8 & 1u) << i;
+        return code;
+    }
+
+ private:
+    Bytes bytes_;
+    std::size_t bit_ = 0;
+};
+
+// A decoder that keeps whole strings in its table. Only for data that an encoder would write.
+inline bool plainDecode(const Bytes& data, Bytes& pixels) {
+    const unsigned size = data[0], clear = 1u << size;
+    PlainBits bits(joinedBlocks(data));
+    std::vector<Bytes> strings;
+    unsigned width = size + 1;
+    Bytes previous;
+    pixels.clear();
+    while (bits.has(width)) {
+        const unsigned code = bits.take(width);
+        if (code == clear + 1) return true;
+        if (code == clear) {
+            strings.assign(clear + 2, {});
+            for (unsigned i = 0; i < clear; i++) strings[i] = {static_cast<std::uint8_t>(i)};
+            width = size + 1;
+            previous.clear();
+            continue;
+        }
+        Bytes string;
+        if (code < strings.size())
+            string = strings[code];
+        else if (code == strings.size() && !previous.empty())
+            string = previous, string.push_back(previous[0]);
+        else
+            return false;
+        pixels.insert(pixels.end(), string.begin(), string.end());
+        if (!previous.empty() && strings.size() < 4096) {
+            previous.push_back(string[0]);
+            strings.push_back(previous);
+            if (strings.size() == 1u << width && width < 12) width++;
+        }
+        previous = string;
+    }
+    return false;
+}
+
+// What the exported decoder must make of any data, however damaged: tables that live on across clear codes,
+// codes beyond the table that repeat the previous one, chains that lead anywhere.
+struct AnyDecode {
+    std::size_t consumed = 0;  // 0 for failure
+    Bytes pixels;              // as many as were put out, also before a failure
+
+    AnyDecode(const Bytes& data, std::size_t room) : data_(data), room_(room) {
+        if (!data.empty() && data[0] >= 2 && data[0] <= 9 && run()) consumed = at_ - 1;
+    }
+
+ private:
+    bool run() {
+        const int clear = 1 << data_[0], end = clear + 1;
+        int slot = clear + 2, oc = 0, fc = 0, c;
+        std::vector<int> prefix(4096, 0), suffix(4096, 0);
+        width_ = data_[0] + 1;
+        while ((c = next(end)) != end) {
+            if (c < 0) return false;
+            if (c == clear) {
+                width_ = data_[0] + 1;
+                slot = clear + 2;
+                do c = next(end);
+                while (c == clear);
+                if (c == end) break;
+                if (c < 0) return false;
+                if (c >= slot) c = 0;
+                oc = fc = c;
+                if (!put(c)) return false;
+                continue;
+            }
+            std::vector<int> stack;
+            int code = c;
+            if (code >= slot) code = oc, stack.push_back(fc);
+            if (code >= slot) return false;
+            for (; code >= clear + 2; code = prefix.at(static_cast<std::size_t>(code))) {
+                if (prefix[static_cast<std::size_t>(code)] == code || stack.size() > 5000) return false;
+                stack.push_back(suffix[static_cast<std::size_t>(code)]);
+            }
+            stack.push_back(code);
+            if (slot < 1 << width_) {
+                fc = suffix[static_cast<std::size_t>(slot)] = code;
+                prefix[static_cast<std::size_t>(slot++)] = oc;
+                oc = c;
+            }
+            if (slot >= 1 << width_ && width_ < 12) width_++;
+            for (; !stack.empty(); stack.pop_back())
+                if (!put(stack.back())) return false;
+        }
+        return true;
+    }
+    bool put(int pixel) {
+        if (pixels.size() == room_) return false;
+        pixels.push_back(static_cast<std::uint8_t>(pixel));
+        return true;
+    }
+    int next(int end) {
+        int code = 0;
+        for (int i = 0; i < width_; i++) {
+            if (bits_ == 0) {
+                if (left_ == 0) {
+                    if (at_ == data_.size()) return -1;
+                    left_ = data_[at_++];
+                    if (left_ == 0) return end;
+                    if (at_ + left_ > data_.size()) return -1;
+                    block_ = at_;
+                    at_ += left_;
+                }
+                byte_ = data_[block_++];
+                left_--;
+                bits_ = 8;
+            }
+            code |= (byte_ & 1) << i;
+            byte_ >>= 1;
+            bits_--;
+        }
+        return code;
+    }
+
+    const Bytes& data_;
+    std::size_t room_, at_ = 1, left_ = 0, block_ = 0;
+    int width_ = 0, bits_ = 0, byte_ = 0;
+};
+
+// What the exported encoder must write: its hash table of 5003 places is part of the result.
+class PlainEncoder {
+ public:
+    PlainEncoder(unsigned size, const Bytes& pixels) : size_(size) {
+        const long clear = 1L << size, end = clear + 1;
+        std::vector<long> keys(5003, -1), codes(5003, 0);
+        long freeEntry = clear + 2;
+        resetWidth();
+        out_ = {static_cast<std::uint8_t>(size)};
+        put(clear, freeEntry, false);
+        long prefix = pixels.empty() ? -1 : pixels[0];
+        for (std::size_t n = 1; n < pixels.size(); n++) {
+            const long c = pixels[n], key = (c << 12) + prefix;
+            long i = (c << 4) ^ prefix;
+            bool found = keys[at(i)] == key;
+            if (!found && keys[at(i)] >= 0) {
+                const long displacement = i == 0 ? 1 : 5003 - i;
+                do {
+                    i -= displacement;
+                    if (i < 0) i += 5003;
+                    found = keys[at(i)] == key;
+                } while (!found && keys[at(i)] > 0);
+            }
+            if (found) {
+                prefix = codes[at(i)];
+                continue;
+            }
+            put(prefix, freeEntry, false);
+            prefix = c;
+            if (freeEntry < 4096) {
+                codes[at(i)] = freeEntry++;
+                keys[at(i)] = key;
+            } else {
+                keys.assign(5003, -1);
+                freeEntry = clear + 2;
+                put(clear, freeEntry, true);
+                clears_++;
+            }
+        }
+        put(prefix, freeEntry, false);
+        put(end, freeEntry, false);
+        while (bits_.size() % 8) bits_.push_back(false);
+        cutIntoBlocks();
+        out_.push_back(0);
+        out_.push_back(';');
+    }
+
+    const Bytes& bytes() const { return out_; }
+    int clears() const { return clears_; }  // how often the table ran over
+
+    // The least room that the data may be written into: every block needs one byte more than its own.
+    std::size_t roomNeeded() const { return out_.size(); }
+
+ private:
+    static std::size_t at(long i) { return static_cast<std::size_t>(i); }
+    void resetWidth() {
+        width_ = size_ + 1;
+        lastCode_ = (1L << width_) - 1;
+    }
+    void put(long code, long freeEntry, bool clearing) {
+        for (unsigned i = 0; i < width_; i++) bits_.push_back(code >> i & 1);
+        if (clearing) {
+            resetWidth();
+        } else if (freeEntry > lastCode_) {
+            width_++;
+            lastCode_ = width_ == 12 ? 4096 : (1L << width_) - 1;
+        }
+    }
+    void cutIntoBlocks() {
+        Bytes bytes;
+        for (std::size_t i = 0; i < bits_.size(); i += 8) {
+            unsigned byte = 0;
+            for (unsigned k = 0; k < 8; k++) byte |= (bits_[i + k] ? 1u : 0u) << k;
+            bytes.push_back(static_cast<std::uint8_t>(byte));
+        }
+        // 255 bytes each; the last block is written even when nothing is left for it.
+        for (std::size_t i = 0;; i += 255) {
+            const std::size_t n = std::min<std::size_t>(255, bytes.size() - i);
+            out_.push_back(static_cast<std::uint8_t>(n));
+            out_.insert(out_.end(), bytes.begin() + static_cast<std::ptrdiff_t>(i),
+                        bytes.begin() + static_cast<std::ptrdiff_t>(i + n));
+            if (n < 255) return;
+        }
+    }
+
+    unsigned size_, width_ = 0;
+    long lastCode_ = 0;
+    int clears_ = 0;
+    std::vector<bool> bits_;
+    Bytes out_;
+};
+
+}  // namespace test
