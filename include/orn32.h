@@ -575,6 +575,114 @@ int ORNAPI savegifframetobuffer(void **buffer, imgdes *image, GifGlobalInfo *glo
  * one, writes no comment.
  */
 void ORNAPI setgifcomment(int version, const char *text);
+/* ---- PNG ---------------------------------------------------------------------------------------------- */
+
+/*
+ * What a PNG file says of itself. Fields whose chunk the file does not have are 0.
+ */
+typedef struct PngInfo {
+    UINT width;        /* in pixels */
+    UINT height;
+    UINT bitdepth;     /* bits per sample: 1, 2, 4, 8, 16 */
+    UINT dibbits;      /* bits per pixel of the image to load into: 1, 8 or 24 */
+    UINT colortype;    /* 0 grey, 2 RGB, 3 palette, 4 grey and alpha, 6 RGB and alpha */
+    UINT interlaced;   /* 1 if interlaced */
+    UINT formatindex;  /* 0 to 14: the pair of colortype and bitdepth, in ascending order */
+    UINT channels;     /* samples per pixel */
+    UINT bitsperpixel; /* bitdepth * channels */
+    UINT rowbytes;     /* bytes per row in the file; 0xFFFFFFFF if more */
+    UINT hastrns;      /* 1 if the file names transparent colours (tRNS) */
+    WORD trns[4];      /* palette: [0] is the first index of the lowest alpha; else the samples of the colour */
+    UINT trnslen;      /* palette: 1; else the bytes of trns in use */
+    UINT hasbkgd;      /* 1 if the file names a background colour (bKGD) */
+    WORD bkgd[4];      /* palette: [0] is the index; else the samples of the colour */
+    UINT bkgdlen;      /* the bytes of bkgd in use */
+    UINT gamma;        /* gamma * 100000 (gAMA) */
+    UINT xres;         /* pixels per unit (pHYs) */
+    UINT yres;
+    UINT resunit;      /* low byte: 1 metre, 0 unknown; the upper 24 bits are those of yres */
+    BYTE sbit[4];      /* significant bits of each sample (sBIT) */
+    int xoffset;       /* where the picture lies on a page (oFFs) */
+    int yoffset;
+    UINT offsetunit;   /* 0 pixels, 1 micrometres */
+} PngInfo;
+
+/*
+ * Reads what a PNG file says of itself, checking all chunks but the compressed pixels. After a failure that is
+ * not ERR_OPEN the record holds what was found in front of the fault. A file without its header chunk gives 0
+ * and a record of zeros.
+ * Returns 0, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_MEMORY.
+ */
+int ORNAPI pnginfo(const char *name, PngInfo *info);
+int ORNAPI pnginfoW(const WCHAR *name, PngInfo *info);
+int ORNAPI pnginfofrombuffer(const void *buffer, PngInfo *info);
+
+/*
+ * Reads the resolution: xres, yres and resunit of PngInfo, stored only on success. Returns like pnginfo.
+ */
+int ORNAPI pnggetxyresolution(const char *name, int *x, int *y, int *unit);
+int ORNAPI pnggetxyresolutionW(const WCHAR *name, int *x, int *y, int *unit);
+
+/*
+ * Loads a PNG into the area of an allocated image of PngInfo's dibbits: the picture's top-left part, as many
+ * rows and columns as both have. All colour types and depths, interlaced or not; of 16-bit samples the upper
+ * byte is kept, grey of 2 and 4 bits is spread to the whole range, alpha is dropped. A palette file's colours
+ * go to the image's palette, as many as it has room for; a grey file's image gets the default grey palette. A
+ * 24-bit image has no palette colours afterwards.
+ * After a failure, rows in front of the fault may have been stored; the palette has not changed. Of rows below
+ * the area at most 64 MB are checked.
+ * Returns 0, the codes of checkrange1_, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_BITS (not an image of dibbits;
+ * nothing is stored), ERR_MEMORY. Calls on several threads take turns, as with all PNG functions.
+ */
+int ORNAPI loadpng(const char *name, imgdes *image);
+int ORNAPI loadpngW(const WCHAR *name, imgdes *image);
+int ORNAPI loadpngfrombuffer(const void *buffer, imgdes *image);
+
+/*
+ * Reads a palette file's colours into the caller's 256 entries. Returns the number of entries stored, 0 for
+ * files of other kinds, or a code of pnginfo.
+ */
+int ORNAPI loadpngpalette(const char *name, RGBQUAD *palette);
+int ORNAPI loadpngpaletteW(const WCHAR *name, RGBQUAD *palette);
+int ORNAPI loadpngpalettefrombuffer(const void *buffer, RGBQUAD *palette);
+
+/*
+ * Reads the file's first uncompressed comment (tEXt) under a keyword such as "Title" or "Author", compared
+ * letter by letter. With a null buffer returns the room needed, the text's length and 1, or 0 if there is no such
+ * comment. Otherwise copies the text, cut to length - 1 characters, with a terminating zero (an empty text if
+ * there is no such comment) and returns 0. Failures as with pnginfo.
+ */
+int ORNAPI getpngcomment(const char *name, const char *keyword, char *buffer, int length);
+int ORNAPI getpngcommentW(const WCHAR *name, const char *keyword, char *buffer, int length);
+
+/*
+ * Saves the area of a 1-, 8- or 24-bit image: 24 bits as RGB, 8 bits with the grey mark (bit 0 of imgkind) as
+ * grey, other images with their palette of palcolors colours. A failed save leaves no file. The buffer form
+ * stores a new block in *buffer (see InitializeLibrary), null on failure.
+ *   options  bit 0: interlaced; bits 1 to 3, the row filter of RGB and grey files: 0 the best for each row,
+ *            2 none, 4 Sub, 6 Up, 8 Average, 10 Paeth. Palette files, and options below 0 or above 11: none
+ * Returns 0, the codes of checkrange1_, ERR_CREATE, ERR_WRITE (disk full), ERR_MEMORY, ERR_ZLIB.
+ */
+int ORNAPI savepng(const char *name, imgdes *image, int options);
+int ORNAPI savepngW(const WCHAR *name, imgdes *image, int options);
+int ORNAPI savepngtobuffer(void **buffer, imgdes *image, int options);
+
+/*
+ * Sets the resolution that the next PNG file is saved with: pixels per unit in both directions, and the unit, of
+ * which only 0 (unknown) is stored and all else leaves it as it is, metre to begin with. Each successful
+ * save brings back 11812 by 11812 pixels per metre (300 dots per inch). Returns 0.
+ */
+int ORNAPI pngsetxyresolution(int x, int y, int unit);
+
+/*
+ * Why the last PNG call failed; a later success does not clear it, but a save that can create its output does.
+ * 0 none; reading (ERR_PNG): -100 unknown critical chunk, -102 header length, -103 bit depth, -104 colour type,
+ * -105 bit depth for this colour type, -106 interlace method, -107 compression method, -108 filter method,
+ * -109 no pixels, -110 no PNG signature, -111 checksum, -112 too little or too much pixel data, -113 file too
+ * short, -114 the decompressor did not start, -115 damaged pixel data; saving: -114 with ERR_MEMORY, -116 with
+ * ERR_ZLIB, -117 with ERR_WRITE.
+ */
+int ORNAPI pnggeterror(void);
 
 #ifdef __cplusplus
 }

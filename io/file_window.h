@@ -13,9 +13,9 @@ namespace orn32 {
 class FileWindow {
  public:
     // The window's memory may not be had: test before use.
-    FileWindow(InputStream& in, std::uint64_t capacity)
+    FileWindow(InputStream& in, std::uint64_t capacity, MemoryEntry entry = MemoryEntry::first)
         : in_(in),
-          buffer_(MemoryEntry::first, capacity),
+          buffer_(entry, capacity),
           capacity_(static_cast<std::uint32_t>(capacity)),
           next_(buffer_.get()),
           end_(next_) {}

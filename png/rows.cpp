@@ -1,0 +1,97 @@
+#include "png/rows.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "png/detail.h"
+#include "png/zmemory.h"
+
+namespace orn32::png {
+namespace {
+
+// zlib is fastest when it can write far ahead: it slows down in front of the end of its output, and keeps a
+// copy of the last 32 KB after every call.
+constexpr std::uint32_t aheadBytes = 131072;
+
+// Filters may touch a few bytes behind a row.
+constexpr std::uint32_t slackBytes = 16;
+
+}  // namespace
+
+RowSource::RowSource(InputStream& in, const Place& data, std::uint64_t longest)
+    : capacity_(2 * (longest + 1) + aheadBytes),
+      buffer_(MemoryEntry::second, capacity_ + slackBytes),
+      data_(in, data),
+      zlib_(emptyStream()),
+      next_(buffer_.get()),
+      end_(next_) {
+    if (!buffer_) throw Failure{ERR_MEMORY};
+    if (inflateInit2(&zlib_, 15) != Z_OK) fail(zlibWontStart);
+}
+
+RowSource::~RowSource() {
+    inflateEnd(&zlib_);
+}
+
+std::uint8_t* RowSource::next(std::uint32_t length) {
+    const std::uint64_t bytes = std::uint64_t{length} + 1;
+    if (available() < bytes) refill();
+    if (available() < bytes) {
+        if (fault_) throw *fault_;
+        fail(badDataLength);
+    }
+    previous_ = current_;
+    current_ = next_;
+    next_ += bytes;
+    return current_;
+}
+
+void RowSource::finish() {
+    if (available() == 0) refill();
+    if (available() > 0) fail(badDataLength);
+    if (fault_) throw *fault_;
+    data_.finishChunk();
+}
+
+// Brings the current row, which is about to be the previous one, and all behind it to the buffer's start.
+void RowSource::refill() {
+    std::uint8_t* start = current_ ? current_ : next_;
+    const std::ptrdiff_t distance = start - buffer_.get();
+    std::memmove(buffer_.get(), start, static_cast<std::size_t>(end_ - start));
+    if (current_) current_ -= distance;
+    next_ -= distance;
+    end_ -= distance;
+    decompress();
+}
+
+// Fills the buffer up, or stops at the data's end or first fault.
+void RowSource::decompress() {
+    std::uint8_t* limit = buffer_.get() + capacity_;
+    while (end_ < limit && !complete_ && !fault_) {
+        if (zlib_.avail_in == 0 && !fetchInput()) break;
+        zlib_.next_out = end_;
+        zlib_.avail_out = static_cast<uInt>(limit - end_);
+        const int result = inflate(&zlib_, Z_NO_FLUSH);
+        end_ = zlib_.next_out;
+        if (result == Z_STREAM_END)
+            complete_ = true;
+        else if (result == Z_MEM_ERROR)
+            fault_ = Failure{ERR_MEMORY};
+        else if (result != Z_OK)
+            fault_ = Failure{ERR_PNG, corruptData};
+    }
+}
+
+bool RowSource::fetchInput() {
+    try {
+        const std::span<const std::uint8_t> bytes = data_.next();
+        zlib_.next_in = const_cast<Bytef*>(bytes.data());
+        zlib_.avail_in = static_cast<uInt>(bytes.size());
+        if (bytes.empty()) fault_ = Failure{ERR_PNG, badDataLength};
+    } catch (const Failure& failure) {
+        fault_ = failure;
+    }
+    return !fault_;
+}
+
+}  // namespace orn32::png

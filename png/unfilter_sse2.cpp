@@ -1,0 +1,137 @@
+// A pixel at a time, all its samples together: the way from left to right is a chain that cannot be cut, so
+// that its length, not the work beside it, is what counts.
+#include "png/unfilter.h"
+
+#include <emmintrin.h>
+
+#include <cstring>
+
+#include "png/paeth_sse2.h"
+
+namespace orn32::png {
+namespace {
+
+// Pixels of 3 and 6 bytes are loaded and stored with the bytes behind them.
+template <unsigned step>
+__m128i loadPixel(const std::uint8_t* p) {
+    if constexpr (step > 4) return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+    std::uint32_t pixel = 0;
+    std::memcpy(&pixel, p, step == 3 ? 4 : step);
+    return _mm_cvtsi32_si128(static_cast<int>(pixel));
+}
+
+template <unsigned step>
+void storePixelAndMore(std::uint8_t* p, __m128i pixel) {
+    if constexpr (step > 4) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), pixel);
+    } else {
+        const int bytes = _mm_cvtsi128_si32(pixel);
+        std::memcpy(p, &bytes, step == 3 ? 4 : step);
+    }
+}
+
+template <unsigned step>
+void storePixel(std::uint8_t* p, __m128i pixel) {
+    std::uint8_t bytes[8];
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes), pixel);
+    std::memcpy(p, bytes, step);
+}
+
+// Each turns the filtered pixel x back.
+struct Sub {
+    static __m128i load(__m128i pixel) { return pixel; }
+    static __m128i store(__m128i pixel) { return pixel; }
+    static __m128i undo(__m128i x, __m128i left, __m128i, __m128i) { return _mm_add_epi8(x, left); }
+};
+
+// SSE2's average rounds up; the filter's rounds down.
+struct Average {
+    static __m128i load(__m128i pixel) { return pixel; }
+    static __m128i store(__m128i pixel) { return pixel; }
+    static __m128i undo(__m128i x, __m128i left, __m128i up, __m128i) {
+        const __m128i odd = _mm_and_si128(_mm_xor_si128(left, up), _mm_set1_epi8(1));
+        return _mm_add_epi8(_mm_avg_epu8(left, up), _mm_sub_epi8(x, odd));
+    }
+};
+
+struct Paeth {
+    static __m128i load(__m128i pixel) { return _mm_unpacklo_epi8(pixel, _mm_setzero_si128()); }
+    static __m128i store(__m128i pixel) { return _mm_packus_epi16(pixel, pixel); }
+    static __m128i undo(__m128i x, __m128i left, __m128i up, __m128i upLeft) {
+        return paethPlus(x, left, up, upLeft);
+    }
+};
+
+// Every pixel is loaded before the one in front of it is stored, which may spoil its first bytes.
+template <class Guess, unsigned step, bool firstRow>
+void undoRow(std::uint8_t* row, const std::uint8_t* previous, std::size_t count) {
+    __m128i left = _mm_setzero_si128(), upLeft = left, up = left;
+    __m128i x = Guess::load(loadPixel<step>(row));
+    const auto turnBack = [&] {
+        if constexpr (!firstRow) up = Guess::load(loadPixel<step>(previous));
+        left = Guess::undo(x, left, up, upLeft);
+        upLeft = up;
+    };
+    for (; count > step; count -= step, row += step, previous += step) {
+        const __m128i next = Guess::load(loadPixel<step>(row + step));
+        turnBack();
+        storePixelAndMore<step>(row, Guess::store(left));
+        x = next;
+    }
+    turnBack();
+    storePixel<step>(row, Guess::store(left));
+}
+
+template <class Guess, bool firstRow>
+void undo(std::uint8_t* row, const std::uint8_t* previous, std::size_t count, unsigned step) {
+    switch (step) {
+        case 1:
+            return undoRow<Guess, 1, firstRow>(row, previous, count);
+        case 2:
+            return undoRow<Guess, 2, firstRow>(row, previous, count);
+        case 3:
+            return undoRow<Guess, 3, firstRow>(row, previous, count);
+        case 4:
+            return undoRow<Guess, 4, firstRow>(row, previous, count);
+        case 6:
+            return undoRow<Guess, 6, firstRow>(row, previous, count);
+        default:
+            return undoRow<Guess, 8, firstRow>(row, previous, count);
+    }
+}
+
+void undoUp(std::uint8_t* row, const std::uint8_t* previous, std::size_t count) {
+    std::size_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        auto* here = reinterpret_cast<__m128i*>(row + i);
+        const __m128i up = _mm_loadu_si128(reinterpret_cast<const __m128i*>(previous + i));
+        _mm_storeu_si128(here, _mm_add_epi8(_mm_loadu_si128(here), up));
+    }
+    for (; i < count; i++) row[i] = static_cast<std::uint8_t>(row[i] + previous[i]);
+}
+
+// Below a row of zeros Paeth's guess is always what is to the left.
+void undoFirstRow(unsigned filter, std::uint8_t* row, std::size_t count, unsigned step) {
+    if (filter == filterSub || filter == filterPaeth) undo<Sub, true>(row, row, count, step);
+    if (filter == filterAverage) undo<Average, true>(row, row, count, step);
+}
+
+}  // namespace
+
+void unfilter(unsigned filter, std::uint8_t* row, const std::uint8_t* previous, std::size_t count,
+              unsigned step) {
+    if (count == 0) return;
+    if (!previous) return undoFirstRow(filter, row, count, step);
+    switch (filter) {
+        case filterSub:
+            return undo<Sub, true>(row, row, count, step);
+        case filterUp:
+            return undoUp(row, previous, count);
+        case filterAverage:
+            return undo<Average, false>(row, previous, count, step);
+        case filterPaeth:
+            return undo<Paeth, false>(row, previous, count, step);
+    }
+}
+
+}  // namespace orn32::png

@@ -1,0 +1,236 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "orn32.h"
+#include "tests/png/plain_codec.h"
+#include "tests/support/guarded.h"
+#include "tests/support/memory_watch.h"
+#include "tests/support/test_image.h"
+
+using namespace test;
+
+namespace {
+
+// A file with one of each chunk that is read, its data in three chunks.
+Bytes fullFile(Random& random, unsigned depth, unsigned type, bool interlaced) {
+    Picture picture = randomPicture(random, 19, 13, depth, type);
+    picture.interlaced = interlaced;
+    const Bytes data = compressed(filteredRows(picture, [&] { return random.below(5); }));
+    std::vector<Chunk> chunks = {headerChunk(19, 13, depth, type, interlaced),
+                                 {"gAMA", random.bytes(4)},
+                                 {"sBIT", Bytes(type == 3 ? 3 : picture.channels(), 5)},
+                                 {"pHYs", random.bytes(9)},
+                                 {"oFFs", random.bytes(9)},
+                                 {"tEXt", asBytes("Title") + Bytes{0} + asBytes("text")}};
+    if (type == 3) chunks.push_back({"PLTE", random.bytes(3u << std::min(depth, 8u))});
+    chunks.push_back({"tRNS", random.bytes(type == 2 ? 6 : 2)});
+    chunks.push_back({"bKGD", random.bytes(type == 2 ? 6 : 2)});
+    for (const Chunk& chunk : dataChunks(data, data.size() / 3 + 1)) chunks.push_back(chunk);
+    chunks.push_back({"IEND", {}});
+    return pngFile(chunks);
+}
+
+const std::set<int> loadCodes = {0, ERR_PNG, ERR_MEMORY, ERR_BITS};
+const std::set<int> details = {-100, -102, -103, -104, -105, -106, -107, -108,
+                               -109, -110, -111, -112, -113, -114, -115};
+
+// Reads a file from memory that ends at an unreadable page in every way there is, into an area inside a
+// larger image. Returns what loading came to.
+int readEveryWay(const Bytes& bytes, unsigned dibBits, const std::string& what) {
+    const GuardedBytes file(bytes);
+    TestImage image(30, 30, dibBits);
+    setimagearea(image, 3, 4, 25, 20);
+    std::memset(image->bits, 0x5A, image->header->biSizeImage);
+    MemoryWatch watch;
+    PngInfo info;
+    RGBQUAD palette[256];
+    const int infoCode = pnginfofrombuffer(file.data(), &info);
+    EXPECT_TRUE(loadCodes.count(infoCode)) << what << " " << infoCode;
+    const int colours = loadpngpalettefrombuffer(file.data(), palette);
+    EXPECT_TRUE(colours <= 256 && (colours >= 0 || loadCodes.count(colours))) << what << " " << colours;
+    const int result = loadpngfrombuffer(file.data(), image);
+    EXPECT_TRUE(loadCodes.count(result)) << what << " " << result;
+    EXPECT_TRUE(result != ERR_PNG || details.count(pnggeterror())) << what << " " << pnggeterror();
+    EXPECT_EQ(watch.live(), 0) << what;
+    const auto untouched = [&](int x, int y) {
+        return image.pixel(x, y) == (dibBits == 1   ? 0x5Au >> (7 - x % 8) & 1
+                                     : dibBits == 8 ? 0x5Au
+                                                    : 0x5A5A5Au);
+    };
+    for (int i = 0; i < 30; i++)
+        EXPECT_TRUE(untouched(i, 3) && untouched(i, 21) && untouched(2, i) && untouched(26, i)) << what;
+    return result;
+}
+
+}  // namespace
+
+TEST(DamagedPng, CutAtEveryLengthItIsRefused) {
+    Random random(1);
+    for (const bool interlaced : {false, true})
+        for (const unsigned type : {2u, 3u}) {
+            const Bytes file = fullFile(random, 8, type, interlaced);
+            for (std::size_t n = 0; n + 4 < file.size(); n++) {
+                const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(n));
+                ASSERT_EQ(readEveryWay(cut, type == 2 ? 24 : 8, "cut"), ERR_PNG) << n;
+                ASSERT_EQ(pnggeterror(), n < 8 ? -110 : -113) << n;
+            }
+            const Bytes noEndCrc(file.begin(), file.end() - 4);
+            EXPECT_EQ(readEveryWay(noEndCrc, type == 2 ? 24 : 8, "no checksum of IEND"), 0);
+        }
+}
+
+// Half of the files get right checksums again, so that the damage reaches the decompressor and the filters.
+TEST(DamagedPng, TwelveThousandMutationsGiveListedCodesAndHarmNothing) {
+    const struct {
+        unsigned type, depth;
+    } kinds[] = {{0, 1}, {0, 4}, {0, 16}, {2, 8}, {3, 1}, {3, 2}, {3, 8}, {4, 8}, {6, 16}};
+    Random random(2);
+    std::set<int> seen;
+    int loaded = 0;
+    for (int round = 0; round < 12000; round++) {
+        const auto kind = kinds[random.below(9)];
+        Bytes file = fullFile(random, kind.depth, kind.type, random.oneIn(2));
+        for (unsigned flips = 1 + random.below(4); flips > 0; flips--) {
+            const std::size_t at = random.below(static_cast<std::uint32_t>(file.size()));
+            switch (random.below(4)) {
+                case 0:
+                    file[at] = static_cast<std::uint8_t>(file[at] ^ 1u << random.below(8));
+                    break;
+                case 1:
+                    file[at] = random.byte();
+                    break;
+                case 2:
+                    file.erase(file.begin() + static_cast<std::ptrdiff_t>(at));
+                    break;
+                default:
+                    file.insert(file.begin() + static_cast<std::ptrdiff_t>(at), random.byte());
+            }
+        }
+        if (round % 2) repairCrcs(file);
+        const unsigned bits = kind.type == 2 || kind.type == 6 ? 24 : kind.depth == 1 ? 1 : 8;
+        const int result = readEveryWay(file, bits, "round " + std::to_string(round));
+        if (result == 0) loaded++;
+        if (result == ERR_PNG) seen.insert(pnggeterror());
+        if (HasFailure()) return;
+    }
+    EXPECT_GT(loaded, 100);
+    for (const int detail : {-100, -102, -103, -104, -105, -106, -107, -108, -110, -111, -112, -113, -115})
+        EXPECT_TRUE(seen.count(detail)) << detail << " never came up";
+}
+
+TEST(DamagedPng, EveryAllocationThatFailsIsReportedAndNothingLeaks) {
+    Random random(3);
+    const GuardedBytes file(fullFile(random, 8, 3, true));
+    TestImage image(19, 13, 8);
+    const int count = failEveryAllocation([&] { return loadpngfrombuffer(file.data(), image); },
+                                          [&](int n, int result, MemoryWatch& watch) {
+                                              const bool inZlib = result == ERR_PNG && pnggeterror() == -114;
+                                              EXPECT_TRUE(result == ERR_MEMORY || inZlib)
+                                                  << "allocation " << n;
+                                              EXPECT_EQ(watch.live(), 0) << "allocation " << n;
+                                          });
+    EXPECT_GE(count, 4);
+    PngInfo info;
+    EXPECT_GE(failEveryAllocation([&] { return pnginfofrombuffer(file.data(), &info); },
+                                  [&](int n, int result, MemoryWatch& watch) {
+                                      EXPECT_EQ(result, ERR_MEMORY) << "allocation " << n;
+                                      EXPECT_EQ(watch.live(), 0) << "allocation " << n;
+                                  }),
+              1);
+}
+
+namespace {
+
+// A 4x4 grey file with the given rows, compressed, and data chunks in front of IEND.
+Bytes greyFile(const std::vector<Chunk>& data, std::uint32_t width = 4, std::uint32_t height = 4) {
+    std::vector<Chunk> chunks = {headerChunk(width, height, 8, 0)};
+    chunks.insert(chunks.end(), data.begin(), data.end());
+    chunks.push_back({"IEND", {}});
+    return pngFile(chunks);
+}
+
+int detailOf(const Bytes& file, TestImage& image) {
+    const int result = loadpngfrombuffer(GuardedBytes(file).data(), image);
+    EXPECT_TRUE(result == 0 || result == ERR_PNG) << result;
+    return result ? pnggeterror() : 0;
+}
+
+}  // namespace
+
+TEST(DamagedPng, DataTooLongTooShortOrBrokenIsToldApart) {
+    const Bytes rows(20, 0), sound = compressed(rows);
+    Bytes noEnd = sound, wrongSum = sound, wrongStart = sound;
+    noEnd.pop_back();
+    wrongSum.back() ^= 1;
+    wrongStart[0] = 0;
+    const Bytes oneMore = compressed(Bytes(21, 0)), oneRowLess = compressed(Bytes(15, 0));
+    const Chunk empty = {"IDAT", {}}, rubbish = {"IDAT", Bytes(40, 0xAB)};
+    Chunk badRubbish = rubbish;
+    badRubbish.crcError = 1;
+    const struct {
+        const char* what;
+        std::vector<Chunk> data;
+        int detail;
+    } cases[] = {{"sound", {{"IDAT", sound}}, 0},
+                 {"empty chunks between", {empty, {"IDAT", sound}, empty}, 0},
+                 {"no data chunk", {}, -112},
+                 {"only empty ones", {empty, empty}, -112},
+                 {"a byte more", {{"IDAT", oneMore}}, -112},
+                 {"a row less", {{"IDAT", oneRowLess}}, -112},
+                 {"no last byte", {{"IDAT", noEnd}}, -112},
+                 {"wrong sum of the data", {{"IDAT", wrongSum}}, -115},
+                 {"not compressed at all", {{"IDAT", wrongStart}}, -115},
+                 {"wrong checksum", {{"IDAT", sound, 1}}, -111},
+                 {"bytes behind the data", {{"IDAT", sound + Bytes(9, 7)}}, 0},
+                 {"a chunk behind the data", {{"IDAT", sound}, rubbish}, 0},
+                 {"a broken chunk behind the data", {{"IDAT", sound}, badRubbish}, 0},
+                 {"another chunk in between",
+                  {{"IDAT", Bytes(sound.begin(), sound.begin() + 5)},
+                   {"abCD", {}},
+                   {"IDAT", Bytes(sound.begin() + 5, sound.end())}},
+                  -112}};
+    for (const auto& c : cases) {
+        TestImage image(4, 4, 8);
+        EXPECT_EQ(detailOf(greyFile(c.data), image), c.detail) << c.what;
+    }
+}
+
+TEST(DamagedPng, RowsInFrontOfTheFaultAreThere) {
+    Bytes rows;
+    for (std::uint8_t y = 0; y < 4; y++) rows = rows + Bytes{0, 1, 2, 3, y};
+    Bytes data = compressed(rows, 0);  // stored, so that the last row can be hit
+    data.resize(data.size() - 4 - 3);
+    TestImage image(4, 4, 8);
+    EXPECT_EQ(detailOf(greyFile({{"IDAT", data}}), image), -112);
+    for (int y = 0; y < 4; y++) EXPECT_EQ(image.pixel(2, y), y < 3 ? 3u : 0u) << y;
+}
+
+TEST(DamagedPng, HugeSizesAreRefusedForWantOfMemoryOrData) {
+    for (const std::uint32_t size : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu, 0x40000000u})
+        for (const unsigned type : {0u, 2u, 6u}) {
+            std::vector<Chunk> chunks = {
+                headerChunk(size, 1, 16, type), {"IDAT", compressed(Bytes(100))}, {"IEND", {}}};
+            TestImage image(4, 4, type ? 24 : 8);
+            EXPECT_EQ(loadpngfrombuffer(GuardedBytes(pngFile(chunks)).data(), image), ERR_MEMORY) << size;
+            chunks[0] = headerChunk(1, size, 8, type, type == 2);
+            EXPECT_EQ(loadpngfrombuffer(GuardedBytes(pngFile(chunks)).data(), image), ERR_PNG) << size;
+            EXPECT_EQ(pnggeterror(), -112);
+        }
+}
+
+// Four megabytes that stand for four gigabytes of rows below the area.
+TEST(DamagedPng, ABombCostsLittleMoreThanItsFirstRows) {
+    const Bytes block = compressed(Bytes(60000000), 9);
+    // The zeros' deflate blocks repeated: the end is never reached.
+    const Bytes file = greyFile({{"IDAT", block}}, 59, 1000000);
+    TestImage image(4, 4, 8);
+    const DWORD start = GetTickCount();
+    EXPECT_EQ(detailOf(file, image), 0);
+    EXPECT_LT(GetTickCount() - start, 3000u);
+    const Bytes endless = greyFile({{"IDAT", compressed(Bytes(80000000), 9)}}, 1, 0x7FFFFFFF);
+    EXPECT_EQ(detailOf(endless, image), 0) << "data missing far below the area is not looked for";
+    const Bytes shortData = greyFile({{"IDAT", block}}, 59, 1000001);
+    EXPECT_EQ(detailOf(shortData, image), -112) << "but it is, nearer by";
+}

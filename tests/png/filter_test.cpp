@@ -1,0 +1,164 @@
+#include "png/filter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "png/crc.h"
+#include "png/swap.h"
+#include "png/unfilter.h"
+#include "tests/png/plain_codec.h"
+#include "tests/support/guarded.h"
+
+using namespace test;
+using namespace orn32::png;
+
+namespace {
+
+// A row for the writer's filters: margins on both sides, the one behind up to an unreadable page.
+class MarginRow {
+ public:
+    explicit MarginRow(const Bytes& bytes) : memory_(bytes.size() + 2 * filterMargin) {
+        std::memset(memory_.data(), 0, filterMargin);
+        std::memset(memory_.data() + filterMargin, 0xEE, bytes.size() + filterMargin);
+        std::copy(bytes.begin(), bytes.end(), memory_.data() + filterMargin);
+    }
+    std::uint8_t* pixels() { return memory_.data() + filterMargin; }
+
+ private:
+    GuardedBytes memory_;
+};
+
+unsigned plainMeasure(const Bytes& bytes) {
+    unsigned sum = 0;
+    for (const std::uint8_t b : bytes) sum += b < 128 ? b : 256u - b;
+    return sum;
+}
+
+}  // namespace
+
+TEST(Unfilter, UndoesEveryFilterAtEveryLengthAndStep) {
+    Random random(1);
+    for (const unsigned step : {1u, 2u, 3u, 4u, 6u, 8u})
+        for (std::size_t length = step; length <= 111; length += step)
+            for (unsigned filter = 0; filter <= 6; filter++)
+                for (const bool first : {false, true}) {
+                    const Bytes row = random.bytes(length);
+                    const Bytes above = first ? Bytes(length) : random.bytes(length);
+                    const Bytes want = plainUnfilter(filter, row, above, step);
+                    // Bytes behind a row belong to the next one.
+                    Bytes memory = row + Bytes(16, 0xEE);
+                    const Bytes aboveMemory = above + Bytes(16, 0xDD);
+                    unfilter(filter, memory.data(), first ? nullptr : aboveMemory.data(), length, step);
+                    ASSERT_EQ(Bytes(memory.begin(), memory.end() - 16), want)
+                        << "filter " << filter << " step " << step << " length " << length << " first "
+                        << first;
+                    ASSERT_EQ(Bytes(memory.end() - 16, memory.end()), Bytes(16, 0xEE)) << "behind the row";
+                }
+}
+
+// Pairs of pixels, the first of which makes up-left and left, the second up: millions of mixtures.
+TEST(Unfilter, PaethChoosesRightWhateverTheNeighbours) {
+    constexpr unsigned pairs = 65536;
+    for (const unsigned step : {1u, 3u, 4u}) {
+        const unsigned stride = step == 1 ? 1 : 15;  // the others only wander through the cube
+        for (unsigned up = 0; up < 256; up += stride) {
+            Bytes above(pairs * 2 * step), row(pairs * 2 * step);
+            for (unsigned i = 0; i < pairs; i++)
+                for (unsigned c = 0; c < step; c++) {
+                    above[(2 * i) * step + c] = static_cast<std::uint8_t>(i);
+                    above[(2 * i + 1) * step + c] = static_cast<std::uint8_t>(up + c);
+                    row[(2 * i) * step + c] = static_cast<std::uint8_t>((i >> 8) + c);
+                }
+            Bytes got = row;
+            unfilter(filterPaeth, got.data(), above.data(), got.size(), step);
+            ASSERT_TRUE(got == plainUnfilter(4, row, above, step)) << "step " << step << " up " << up;
+        }
+    }
+}
+
+TEST(ApplyFilter, IsThePlainFilterAtEveryLengthAndStep) {
+    Random random(2);
+    for (const unsigned step : {1u, 3u})
+        for (std::size_t length = 1; length <= 111; length++)
+            for (unsigned filter = 0; filter < filterCount; filter++) {
+                const Bytes row = random.bytes(length), above = random.bytes(length);
+                MarginRow r(row), a(above), out((Bytes(length)));
+                applyFilter(static_cast<Filter>(filter), out.pixels(), r.pixels(), a.pixels(), length, step);
+                ASSERT_EQ(Bytes(out.pixels(), out.pixels() + length), plainFilter(filter, row, above, step))
+                    << "filter " << filter << " step " << step << " length " << length;
+            }
+}
+
+TEST(ApplyFilter, PaethIsRightForAllNeighbours) {
+    Bytes above(131072), row(131072);
+    for (unsigned up = 0; up < 256; up++) {
+        for (unsigned i = 0; i < 65536; i++) {
+            above[2 * i] = static_cast<std::uint8_t>(i);
+            row[2 * i] = static_cast<std::uint8_t>(i >> 8);
+            above[2 * i + 1] = static_cast<std::uint8_t>(up);
+            row[2 * i + 1] = static_cast<std::uint8_t>(i * 7);
+        }
+        MarginRow r(row), a(above), out((Bytes(row.size())));
+        applyFilter(filterPaeth, out.pixels(), r.pixels(), a.pixels(), row.size(), 1);
+        ASSERT_TRUE(Bytes(out.pixels(), out.pixels() + row.size()) == plainFilter(4, row, above, 1)) << up;
+    }
+}
+
+TEST(BestFilter, HasTheLeastSumOfMagnitudesAndIsTheFirstOfEquals) {
+    Random random(3);
+    int chosen[filterCount] = {};
+    for (int round = 0; round < 20000; round++) {
+        const unsigned step = random.oneIn(2) ? 1 : 3;
+        const std::size_t length = 1 + random.below(100);
+        Bytes row = random.bytes(length), above = random.bytes(length);
+        const std::uint32_t range = 1 + random.below(256);  // narrow ranges make equals
+        for (auto& b : row) b = static_cast<std::uint8_t>(b % range + 100);
+        for (auto& b : above) b = static_cast<std::uint8_t>(b % range + 100);
+        unsigned want = 0;
+        for (unsigned filter = 1; filter < 5; filter++)
+            if (plainMeasure(plainFilter(filter, row, above, step)) <
+                plainMeasure(plainFilter(want, row, above, step)))
+                want = filter;
+        MarginRow r(row), a(above);
+        ASSERT_EQ(bestFilter(r.pixels(), a.pixels(), length, step), want)
+            << "length " << length << " step " << step;
+        chosen[want]++;
+    }
+    EXPECT_GT(*std::min_element(chosen, chosen + filterCount), 0) << "some filter was never the best";
+}
+
+TEST(BestFilter, SumsOfTheLongestRowsDoNotOverflow) {
+    const Bytes row(32768 * 3, 0x80), above(32768 * 3, 0);
+    MarginRow r(row), a(above);
+    EXPECT_EQ(bestFilter(r.pixels(), a.pixels(), row.size(), 3), filterSub);
+}
+
+TEST(SwapRedAndBlue, ExchangesTheOuterBytesOfEveryPixelAndTouchesNothingElse) {
+    Random random(4);
+    for (std::uint32_t count = 0; count <= 130; count++) {
+        const Bytes from = random.bytes(count * 3);
+        const GuardedBytes guarded(from), to(count * 3);
+        swapRedAndBlue(to.data(), guarded.data(), count);
+        for (std::uint32_t i = 0; i < count * 3; i++)
+            ASSERT_EQ(to.data()[i], from[i / 3 * 3 + 2 - i % 3]) << count << " pixels, byte " << i;
+    }
+}
+
+TEST(Crc, IsThePlainOneAtEveryLengthAndPlace) {
+    Random random(5);
+    for (std::size_t length = 0; length <= 300; length++)
+        for (std::size_t offset = 0; offset < 17; offset++) {
+            const Bytes bytes = random.bytes(length + offset);
+            const GuardedBytes guarded(bytes);
+            Crc crc;
+            const std::size_t half = random.below(static_cast<std::uint32_t>(length) + 1);
+            crc.add(guarded.data() + offset, half);
+            crc.add(guarded.data() + offset + half, length - half);
+            ASSERT_EQ(crc.value(), plainCrc(bytes.data() + offset, length)) << length << " at " << offset;
+        }
+    const Bytes large = random.bytes(100000);
+    Crc crc;
+    crc.add(large.data(), large.size());
+    EXPECT_EQ(crc.value(), plainCrc(large.data(), large.size()));
+}

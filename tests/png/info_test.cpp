@@ -1,0 +1,287 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "orn32.h"
+#include "tests/png/png_file.h"
+#include "tests/support/guarded.h"
+#include "tests/support/memory_watch.h"
+
+using namespace test;
+
+namespace {
+
+// A file of chunks without pixels: IHDR, the given ones, IDAT, IEND.
+Bytes fileWith(const Chunk& header, const std::vector<Chunk>& between) {
+    std::vector<Chunk> chunks = {header};
+    chunks.insert(chunks.end(), between.begin(), between.end());
+    chunks.push_back({"IDAT", {1, 2, 3}});
+    chunks.push_back({"IEND", {}});
+    return pngFile(chunks);
+}
+
+PngInfo infoOf(const Bytes& file, int expected = 0) {
+    PngInfo info;
+    std::memset(&info, 0xAA, sizeof info);
+    EXPECT_EQ(pnginfofrombuffer(GuardedBytes(file).data(), &info), expected) << "detail " << pnggeterror();
+    return info;
+}
+
+PngInfo infoWith(unsigned depth, unsigned type, const std::vector<Chunk>& between) {
+    return infoOf(fileWith(headerChunk(13, 7, depth, type), between));
+}
+
+const Chunk rgbHeader = headerChunk(13, 7, 8, 2);
+
+}  // namespace
+
+TEST(PngInfo, TheRecordHas26FieldsOf32Bits) {
+    EXPECT_EQ(sizeof(PngInfo), 104u);
+    EXPECT_EQ(offsetof(PngInfo, trnslen), 52u);
+    EXPECT_EQ(offsetof(PngInfo, bkgdlen), 68u);
+    EXPECT_EQ(offsetof(PngInfo, resunit), 84u);
+    EXPECT_EQ(offsetof(PngInfo, offsetunit), 100u);
+}
+
+TEST(PngInfo, EachKindOfPixelsIsDescribed) {
+    const struct {
+        unsigned type, depth, dibbits, channels, rowbytes;
+    } kinds[] = {{0, 1, 1, 1, 2},   {0, 2, 8, 1, 4},   {0, 4, 8, 1, 7},    {0, 8, 8, 1, 13},
+                 {0, 16, 8, 1, 26}, {2, 8, 24, 3, 39}, {2, 16, 24, 3, 78}, {3, 1, 1, 1, 2},
+                 {3, 2, 8, 1, 4},   {3, 4, 8, 1, 7},   {3, 8, 8, 1, 13},   {4, 8, 8, 2, 26},
+                 {4, 16, 8, 2, 52}, {6, 8, 24, 4, 52}, {6, 16, 24, 4, 104}};
+    unsigned index = 0;
+    for (const auto& k : kinds) {
+        const PngInfo info = infoOf(fileWith(headerChunk(13, 7, k.depth, k.type, index % 2), {}));
+        EXPECT_EQ(info.width, 13u);
+        EXPECT_EQ(info.height, 7u);
+        EXPECT_EQ(info.bitdepth, k.depth);
+        EXPECT_EQ(info.dibbits, k.dibbits) << index;
+        EXPECT_EQ(info.colortype, k.type);
+        EXPECT_EQ(info.interlaced, index % 2);
+        EXPECT_EQ(info.formatindex, index);
+        EXPECT_EQ(info.channels, k.channels) << index;
+        EXPECT_EQ(info.bitsperpixel, k.depth * k.channels);
+        EXPECT_EQ(info.rowbytes, k.rowbytes) << index;
+        const auto* rest = reinterpret_cast<const std::uint8_t*>(&info.hastrns);
+        EXPECT_EQ(std::count(rest, rest + 64, 0), 64) << "fields of chunks that are not there";
+        index++;
+    }
+}
+
+TEST(PngInfo, TransparencyOfAPaletteIsItsFirstLowestEntry) {
+    const PngInfo info = infoWith(8, 3, {{"tRNS", {9, 4, 200, 4, 255}}, {"tRNS", {0, 0, 0}}});
+    EXPECT_EQ(info.hastrns, 1u);
+    EXPECT_EQ(info.trnslen, 1u);
+    EXPECT_EQ(info.trns[0], 1);
+    EXPECT_EQ(info.trns[1], 0);
+    EXPECT_EQ(infoWith(8, 3, {{"tRNS", Bytes(257)}}).hastrns, 0u);
+    EXPECT_EQ(infoWith(8, 3, {{"tRNS", Bytes(257)}, {"tRNS", {5, 5, 1}}}).trns[0], 2);
+    EXPECT_EQ(infoWith(8, 3, {{"tRNS", {}}}).hastrns, 1u);
+}
+
+TEST(PngInfo, TransparentAndBackgroundColoursAreTurnedIntoNumbers) {
+    const PngInfo info = infoWith(16, 2, {{"tRNS", {1, 2, 3, 4, 5, 6}}, {"bKGD", {7, 8, 9, 10, 11, 12}}});
+    EXPECT_EQ(info.trnslen, 6u);
+    EXPECT_EQ(info.trns[0], 0x102);
+    EXPECT_EQ(info.trns[2], 0x506);
+    EXPECT_EQ(info.trns[3], 0);
+    EXPECT_EQ(info.bkgdlen, 6u);
+    EXPECT_EQ(info.bkgd[0], 0x708);
+    EXPECT_EQ(info.bkgd[2], 0xB0C);
+    const PngInfo longer = infoWith(16, 2, {{"tRNS", {1, 2, 3, 4, 5, 6, 7, 8}}, {"bKGD", Bytes(7)}});
+    EXPECT_EQ(longer.trnslen, 6u);
+    EXPECT_EQ(longer.trns[3], 0);
+    EXPECT_EQ(longer.hasbkgd, 0u);
+    const PngInfo twice = infoWith(8, 0, {{"bKGD", {0, 3}}, {"bKGD", {0, 4}}});
+    EXPECT_EQ(twice.bkgd[0], 3);
+    EXPECT_EQ(twice.bkgdlen, 2u);
+    EXPECT_EQ(infoWith(8, 3, {{"bKGD", {77}}}).bkgd[0], 77);
+    const PngInfo pair = infoWith(8, 3, {{"bKGD", {1, 2}}});
+    EXPECT_EQ(pair.bkgd[0], 0x201) << "a palette's bytes stay in their order";
+}
+
+TEST(PngInfo, ResolutionUnitKeepsTheUpperBitsOfTheVerticalResolution) {
+    const Bytes dpi300 = bigEndian32(11811) + bigEndian32(11811) + Bytes{1};
+    const PngInfo info = infoWith(8, 2, {{"pHYs", dpi300}});
+    EXPECT_EQ(info.xres, 11811u);
+    EXPECT_EQ(info.yres, 11811u);
+    EXPECT_EQ(info.resunit, 0x2E01u);
+    TempFile file(".png");
+    writeFile(file.name(),
+              fileWith(rgbHeader, {{"pHYs", bigEndian32(5) + bigEndian32(0x12345678) + Bytes{0}}}));
+    int x = -1, y = -1, unit = -1;
+    EXPECT_EQ(pnggetxyresolution(file.name(), &x, &y, &unit), 0);
+    EXPECT_EQ(x, 5);
+    EXPECT_EQ(y, 0x12345678);
+    EXPECT_EQ(unit, 0x12345600);
+    x = y = unit = -1;
+    EXPECT_EQ(pnggetxyresolutionW(file.wideName(), &x, &y, &unit), 0);
+    EXPECT_EQ(unit, 0x12345600);
+    EXPECT_EQ(pnggetxyresolution("no such file.png", &x, &y, &unit), ERR_OPEN);
+}
+
+TEST(PngInfo, GammaOffsetAndSignificantBitsAreReported) {
+    const PngInfo info = infoWith(8, 4,
+                                  {{"gAMA", bigEndian32(45455)},
+                                   {"oFFs", bigEndian32(0xFFFFFFF0) + bigEndian32(99) + Bytes{1}},
+                                   {"sBIT", {5, 6}}});
+    EXPECT_EQ(info.gamma, 45455u);
+    EXPECT_EQ(info.xoffset, -16);
+    EXPECT_EQ(info.yoffset, 99);
+    EXPECT_EQ(info.offsetunit, 1u);
+    EXPECT_EQ(info.sbit[0], 5);
+    EXPECT_EQ(info.sbit[1], 6);
+    EXPECT_EQ(info.sbit[2], 0);
+    EXPECT_EQ(infoWith(8, 3, {{"sBIT", {5, 6, 7, 8}}}).sbit[2], 7);
+    EXPECT_EQ(infoWith(8, 3, {{"sBIT", {5, 6, 7, 8}}}).sbit[3], 0);
+    EXPECT_EQ(infoWith(8, 6, {{"sBIT", {5, 6, 7, 8}}}).sbit[3], 8);
+    EXPECT_EQ(infoWith(8, 6, {{"sBIT", {5, 6, 7, 8}}, {"sBIT", {1}}}).sbit[3], 0);
+}
+
+TEST(PngInfo, ChunksTooShortForTheirFieldsSetNone) {
+    const PngInfo info = infoWith(8, 2, {{"gAMA", {1, 2, 3}}, {"pHYs", Bytes(8, 1)}, {"oFFs", Bytes(8, 1)}});
+    EXPECT_EQ(info.gamma, 0u);
+    EXPECT_EQ(info.xres, 0u);
+    EXPECT_EQ(info.xoffset, 0);
+}
+
+TEST(PngInfo, UnknownChunksAreSkippedWhenAncillaryOnly) {
+    EXPECT_EQ(infoWith(8, 2, {{"abCD", Bytes(20000, 7)}}).width, 13u);
+    infoOf(fileWith(rgbHeader, {{"ABCD", {}}}), ERR_PNG);
+    EXPECT_EQ(pnggeterror(), -100);
+}
+
+TEST(PngInfo, EveryFaultOfTheHeaderHasItsDetail) {
+    const auto header = [](std::size_t at, std::uint8_t value) {
+        Chunk chunk = rgbHeader;
+        chunk.data.at(at) = value;
+        return chunk;
+    };
+    Chunk longHeader = rgbHeader;
+    longHeader.data.push_back(0);
+    Chunk everything = {"IHDR", Bytes(13, 0xFF)};
+    Chunk empty = headerChunk(13, 0, 3, 1);
+    Chunk depthFirst = headerChunk(13, 7, 3, 1);
+    const struct {
+        Chunk chunk;
+        int detail;
+    } cases[] = {{longHeader, -102},
+                 {{"IHDR", {}}, -102},
+                 {headerChunk(0, 7, 8, 2), -109},
+                 {empty, -109},
+                 {depthFirst, -103},
+                 {everything, -103},
+                 {header(8, 3), -103},
+                 {header(8, 0), -103},
+                 {header(8, 32), -103},
+                 {header(9, 1), -104},
+                 {header(9, 5), -104},
+                 {header(9, 7), -104},
+                 {header(8, 4), -105},
+                 {headerChunk(1, 1, 16, 3), -105},
+                 {headerChunk(1, 1, 4, 4), -105},
+                 {header(12, 2), -106},
+                 {header(10, 1), -107},
+                 {header(11, 1), -108}};
+    for (const auto& c : cases) {
+        infoOf(fileWith(c.chunk, {}), ERR_PNG);
+        EXPECT_EQ(pnggeterror(), c.detail);
+    }
+}
+
+TEST(PngInfo, ChecksumsCountForAllChunksButTheDataAndTheEnd) {
+    for (const char* type : {"IHDR", "PLTE", "tRNS", "gAMA", "abCD"}) {
+        std::vector<Chunk> chunks = {rgbHeader,          {"PLTE", Bytes(30)}, {"tRNS", Bytes(6)},
+                                     {"gAMA", Bytes(4)}, {"abCD", Bytes(9)},  {"IDAT", {1, 2}, 1},
+                                     {"IEND", {}, 1}};
+        infoOf(pngFile(chunks));
+        for (Chunk& chunk : chunks)
+            if (chunk.type == type) chunk.crcError = 1;
+        infoOf(pngFile(chunks), ERR_PNG);
+        EXPECT_EQ(pnggeterror(), -111) << type;
+    }
+}
+
+TEST(PngInfo, TheRecordHoldsWhatCameBeforeTheFault) {
+    const PngInfo info =
+        infoOf(fileWith(rgbHeader, {{"gAMA", bigEndian32(5)}, {"XXXX", {}}, {"pHYs", Bytes(9, 1)}}), ERR_PNG);
+    EXPECT_EQ(info.width, 13u);
+    EXPECT_EQ(info.gamma, 5u);
+    EXPECT_EQ(info.xres, 0u);
+    EXPECT_EQ(infoOf(asBytes("no PNG at all"), ERR_PNG).width, 0u);
+    EXPECT_EQ(pnggeterror(), -110);
+}
+
+TEST(PngInfo, AFileWithoutAHeaderReportsZeros) {
+    const PngInfo info = infoOf(pngFile({{"IEND", {}}}));
+    EXPECT_EQ(info.width, 0u);
+    EXPECT_EQ(info.dibbits, 0u);
+}
+
+TEST(PngInfo, LengthsThatLeadOutOfTheFileEndInAShortRead) {
+    for (const std::uint32_t length :
+         {4u, 8192u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFB0u, 0xFFFFFFF4u, 0xFFFFFFFFu})
+        for (const char* type : {"IDAT", "PLTE", "abCD", "tRNS"}) {
+            Bytes file = pngFile({rgbHeader, {type, {1, 2, 3}}});
+            const Bytes lie = bigEndian32(length);
+            std::copy(lie.begin(), lie.end(), file.end() - 15);
+            infoOf(file, ERR_PNG);
+            EXPECT_EQ(pnggeterror(), -113) << type << " " << length;
+            TempFile onDisk(".png");
+            writeFile(onDisk.name(), file);
+            PngInfo info;
+            EXPECT_EQ(pnginfo(onDisk.name(), &info), ERR_PNG);
+            EXPECT_EQ(pnggeterror(), -113) << type << " " << length;
+        }
+}
+
+TEST(PngInfo, RowsTooLongFor32BitsAreReportedAsTheLongest) {
+    EXPECT_EQ(infoOf(fileWith(headerChunk(0x7FFFFFFF, 1, 16, 6), {})).rowbytes, 0xFFFFFFFFu);
+    EXPECT_EQ(infoOf(fileWith(headerChunk(0x7FFFFFFF, 1, 8, 0), {})).rowbytes, 0x7FFFFFFFu);
+}
+
+TEST(PngComment, IsFoundByItsKeyword) {
+    const Bytes zero = {0};
+    const Bytes text(9000, 'x');
+    TempFile file(".png");
+    writeFile(file.name(), fileWith(rgbHeader, {{"tEXt", asBytes("Title") + zero + asBytes("Harvest")},
+                                                {"tEXt", asBytes("Tit") + zero + asBytes("short")},
+                                                {"tEXt", asBytes("Author") + zero + text},
+                                                {"tEXt", asBytes("Title") + zero + asBytes("second")},
+                                                {"tEXt", asBytes("Empty") + zero},
+                                                {"tEXt", asBytes("NoEnd")},
+                                                {"zTXt", asBytes("Other") + zero + asBytes("packed")}}));
+    const struct {
+        const char* keyword;
+        int room;
+        std::string text;
+    } cases[] = {{"Title", 8, "Harvest"}, {"Tit", 6, "short"}, {"Author", 9001, std::string(9000, 'x')},
+                 {"Empty", 1, ""},        {"NoEnd", 0, ""},    {"title", 0, ""},
+                 {"Titl", 0, ""},         {"Other", 0, ""},    {"", 0, ""}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(getpngcomment(file.name(), c.keyword, nullptr, 0), c.room) << c.keyword;
+        EXPECT_EQ(getpngcommentW(file.wideName(), c.keyword, nullptr, 0), c.room) << c.keyword;
+        for (const std::size_t size : {1u, 2u, 5u, 8u, 9001u}) {
+            const GuardedBytes buffer(size);
+            char* p = reinterpret_cast<char*>(buffer.data());
+            EXPECT_EQ(getpngcomment(file.name(), c.keyword, p, static_cast<int>(size)), 0);
+            EXPECT_EQ(p, c.text.substr(0, size - 1)) << c.keyword;
+        }
+    }
+    EXPECT_EQ(getpngcomment(file.name(), std::string(100000, 'k').c_str(), nullptr, 0), 0);
+}
+
+TEST(PngComment, NoBytesAreTouchedWithoutRoomAndFailuresAreReported) {
+    TempFile file(".png");
+    writeFile(file.name(), fileWith(rgbHeader, {{"tEXt", asBytes("a") + Bytes{0} + asBytes("text"), 1}}));
+    char buffer[4] = "abc";
+    EXPECT_EQ(getpngcomment(file.name(), "a", buffer, 4), ERR_PNG);
+    EXPECT_EQ(pnggeterror(), -111);
+    EXPECT_STREQ(buffer, "abc");
+    EXPECT_EQ(getpngcomment("no such file.png", "a", buffer, 4), ERR_OPEN);
+    writeFile(file.name(), fileWith(rgbHeader, {{"tEXt", asBytes("a") + Bytes{0} + asBytes("text")}}));
+    EXPECT_EQ(getpngcomment(file.name(), "a", buffer, 0), 0);
+    EXPECT_EQ(getpngcomment(file.name(), "a", buffer, -5), 0);
+    EXPECT_STREQ(buffer, "abc");
+}
