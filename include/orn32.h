@@ -683,6 +683,59 @@ int ORNAPI pngsetxyresolution(int x, int y, int unit);
  * ERR_ZLIB, -117 with ERR_WRITE.
  */
 int ORNAPI pnggeterror(void);
+/* ---- JPEG reading -------------------------------------------------------------------------------------- */
+
+/*
+ * The reason behind the last failed JPEG call of the process, 0 if it had none of these:
+ *   -100 precision is not 8 bits      -101 data ends early             -104 reading failed
+ *   -105 bad Huffman code or table    -106 too many components, bad sampling factors, or a missing table
+ *   -107 more than 10 blocks per MCU  -109 not 1, 3 or 4 components    -110 frame type that is not decoded
+ *   -113 bad scan parameters          -114 output memory ran out       -115 writing failed
+ * A progressive picture that was cut behind its first scan loads with result 0 and leaves -101 here.
+ */
+int ORNAPI jpeggeterror(void);
+
+/* ---- JPEG writing ------------------------------------------------------------------------------------- */
+
+/*
+ * Saves the area of an 8- or 24-bit image as a JFIF file. Images of 24 bits and palette images are written in
+ * colour, at half the resolution for the colour differences (4:2:0); 8-bit images with the grey mark in grey,
+ * where the pixel is the grey level whatever the palette.
+ *   quality  1 (small) to 100 (fine), values outside count as the nearer end
+ * The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure. A failed save leaves no
+ * file. Calls on several threads take turns.
+ * Returns 0, the codes of checkrange_, ERR_TOO_LARGE, ERR_CREATE, ERR_WRITE (disk full), ERR_MEMORY.
+ */
+int ORNAPI savejpg(const char *name, imgdes *image, int quality);
+int ORNAPI savejpgW(const WCHAR *name, imgdes *image, int quality);
+int ORNAPI savejpgtobuffer(void **buffer, imgdes *image, int quality);
+
+#define JPG_PROGRESSIVE 1  /* several scans, from rough to fine */
+#define JPG_OPTIMISED 2    /* Huffman tables made for the picture: a smaller file, written more slowly */
+#define JPG_THUMBNAIL 0x10 /* may be added: store a thumbnail (see jpegsetthumbnailsize) */
+
+/*
+ * Like savejpg, but with options: 0, one of the numbers above, or JPG_THUMBNAIL with one of the others. Any
+ * other number is a plain file. Progressive and optimised files need memory for the whole picture's coefficients,
+ * about twice its bytes. Also returns ERR_THUMB_SIZE: the thumbnail has 64 KB or more.
+ */
+int ORNAPI savejpgex(const char *name, imgdes *image, int quality, UINT options);
+int ORNAPI savejpgexW(const WCHAR *name, imgdes *image, int quality, UINT options);
+int ORNAPI savejpgtobufferex(void **buffer, imgdes *image, int quality, UINT options);
+
+/*
+ * The resolution that the next JPEG file saved will carry; later ones have 1, 1, 0 again.
+ *   xres, yres  0 to 65535
+ *   units       0: none, xres and yres are an aspect ratio; 1: dots per inch; 2: dots per cm
+ * A value out of range leaves that setting as it is.
+ */
+void ORNAPI jpegsetxyresolution(UINT xres, UINT yres, UINT units);
+
+/*
+ * The longer side, in pixels, of the thumbnails that are stored from now on; at first 64.
+ * Returns 0, ERR_ARGUMENT (not 1 to 255).
+ */
+int ORNAPI jpegsetthumbnailsize(UINT size);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,141 @@
+// The segments in front of a written picture: settings and thumbnails.
+#include <gtest/gtest.h>
+
+#include "process/resize.h"
+#include "tests/jpeg/saved.h"
+
+using namespace test;
+
+namespace {
+
+// The 18 bytes behind SOI and what follows them.
+Bytes startOf(const Bytes& file) {
+    return {file.begin() + 2, file.begin() + 20};
+}
+
+struct Thumbnail {
+    int kind = 0, width = 0, height = 0;
+    unsigned length = 0;
+    Bytes data;
+};
+
+// The extension segment, which comes second; kind 0 where there is none.
+Thumbnail thumbnailOf(const Bytes& file) {
+    if (file.at(20) != 0xFF || file.at(21) != 0xE0) return {};
+    const unsigned length = file.at(22) << 8 | file.at(23);
+    EXPECT_EQ(Bytes(file.begin() + 24, file.begin() + 29), (Bytes{'J', 'F', 'X', 'X', 0}));
+    EXPECT_EQ(file.at(22 + length), 0xFF) << "no marker behind the segment";
+    EXPECT_EQ(file.at(23 + length), 0xDB);
+    return {file.at(29), file.at(30), file.at(31), length,
+            Bytes(file.begin() + 32, file.begin() + 22 + length)};
+}
+
+}  // namespace
+
+TEST(JpegResolution, IsWrittenOnceAndRevertsAfterTheSave) {
+    TestImage image(8, 8, 24);
+    jpegsetxyresolution(300, 0x1234, 2);
+    EXPECT_EQ(startOf(Saved(image, 50, 0).bytes()),
+              (Bytes{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 2, 0x01, 0x2C, 0x12, 0x34, 0, 0}));
+    EXPECT_EQ(startOf(Saved(image, 50, 0).bytes()),
+              (Bytes{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 0, 0, 1, 0, 1, 0, 0}));
+}
+
+TEST(JpegResolution, ValuesOutOfRangeAreIgnoredEachByItself) {
+    TestImage image(8, 8, 8);
+    jpegsetxyresolution(300, 70000, 5);
+    jpegsetxyresolution(65536, 65535, 3);
+    EXPECT_EQ(startOf(Saved(image, 50, 1).bytes()),
+              (Bytes{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 0, 0x01, 0x2C, 0xFF, 0xFF, 0, 0}));
+}
+
+TEST(JpegResolution, SurvivesASaveThatDoesNotReachItsHeader) {
+    TestImage image(8, 8, 24), wrong(8, 8, 1);
+    jpegsetxyresolution(72, 72, 1);
+    EXPECT_EQ(savejpg("unused.jpg", wrong, 50), ERR_BITS);
+    EXPECT_EQ(savejpg("no such folder\\a.jpg", image, 50), ERR_CREATE);
+    EXPECT_EQ(startOf(Saved(image, 50, 0).bytes())[11], 1);
+}
+
+TEST(JpegThumbnailSize, IsOneTo255) {
+    EXPECT_EQ(jpegsetthumbnailsize(0), ERR_ARGUMENT);
+    EXPECT_EQ(jpegsetthumbnailsize(256), ERR_ARGUMENT);
+    EXPECT_EQ(jpegsetthumbnailsize(0xFFFFFFFF), ERR_ARGUMENT);
+    EXPECT_EQ(jpegsetthumbnailsize(255), 0);
+    EXPECT_EQ(jpegsetthumbnailsize(1), 0);
+    TestImage image(20, 20, 24);
+    EXPECT_EQ(thumbnailOf(Saved(image, 50, 0x10).bytes()).width, 1);
+    EXPECT_EQ(thumbnailOf(Saved(image, 50, 0x10).bytes()).width, 1);  // it stays
+    EXPECT_EQ(jpegsetthumbnailsize(64), 0);
+}
+
+TEST(JpegThumbnail, KeepsTheShapeOfTheAreaWithTheLongerSideAsSet) {
+    struct {
+        unsigned width, height;
+        int thumbnailWidth, thumbnailHeight;
+    } const cases[] = {{200, 100, 64, 32}, {100, 200, 32, 64}, {50, 50, 64, 64}, {3, 2, 64, 42},
+                       {300, 3, 64, 1},    {3, 300, 1, 64},    {1, 1, 64, 64},   {64, 64, 64, 64}};
+    for (const auto& c : cases) {
+        for (const unsigned bits : {8u, 24u}) {
+            TestImage image(c.width + 5, c.height + 5, bits);
+            setimagearea(image, 2, 1, 1 + c.width, c.height);
+            for (const UINT options : {0x10u, 0x11u, 0x12u}) {
+                const Thumbnail have = thumbnailOf(Saved(image, 50, options).bytes());
+                EXPECT_EQ(have.width, c.thumbnailWidth) << c.width << "x" << c.height;
+                EXPECT_EQ(have.height, c.thumbnailHeight) << c.width << "x" << c.height;
+                EXPECT_EQ(have.kind, bits == 8 ? 0x11 : 0x13);
+            }
+        }
+    }
+}
+
+TEST(JpegThumbnail, IsTheReducedAreaFromTheTopInRedGreenBlue) {
+    Random random(1);
+    TestImage image(150, 90, 24);
+    image.randomise(random);
+    setimagearea(image, 7, 5, 134, 68);
+    TestImage reduced(64, 32, 24);
+    ASSERT_EQ(orn32::resizeimage_(image, reduced, 1), 0);
+    const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
+    EXPECT_EQ(have.length, 64u * 32 * 3 + 10);
+    Bytes want;
+    for (int y = 0; y < 32; y++)
+        for (int x = 0; x < 64; x++)
+            for (const int shift : {16, 8, 0})
+                want.push_back(static_cast<std::uint8_t>(reduced.pixel(x, y) >> shift));
+    EXPECT_EQ(have.data, want);
+}
+
+TEST(JpegThumbnail, OfAGreyPictureIsIndicesBehindThePalette) {
+    Random random(2);
+    TestImage image(64, 40, 8);
+    image.randomise(random);
+    for (int i = 0; i < 256; i++) image->palette[i] = {random.byte(), random.byte(), random.byte(), 9};
+    const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
+    EXPECT_EQ(have.length, 64u * 40 + 10 + 768);
+    Bytes want;
+    for (int i = 0; i < 256; i++) {
+        const RGBQUAD c = image->palette[i];
+        want.insert(want.end(), {c.rgbRed, c.rgbGreen, c.rgbBlue});
+    }
+    for (int y = 0; y < 40; y++) want.insert(want.end(), image.row(y), image.row(y) + 64);
+    EXPECT_EQ(have.data, want);
+}
+
+TEST(JpegThumbnail, OfAPalettePictureIsItsColours) {
+    Random random(3);
+    TestImage image(32, 16, 8);
+    image.randomise(random);
+    image.randomisePalette(random);
+    jpegsetthumbnailsize(32);  // the picture's own size: nothing is scaled
+    const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
+    jpegsetthumbnailsize(64);
+    EXPECT_EQ(have.kind, 0x13);
+    Bytes want;
+    for (int y = 0; y < 16; y++)
+        for (int x = 0; x < 32; x++) {
+            const RGBQUAD c = image->palette[image.pixel(x, y)];
+            want.insert(want.end(), {c.rgbRed, c.rgbGreen, c.rgbBlue});
+        }
+    EXPECT_EQ(have.data, want);
+}
