@@ -33,19 +33,6 @@ constexpr MemoryTable runtimeTable = {runtimeAlloc, runtimeAlloc, runtimeCalloc,
 MemoryTable table = runtimeTable;
 bool useCallerFunctions = false;
 
-void* allocateGlobal(UINT size) {
-    const HGLOBAL handle = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, size);
-    if (!handle) return nullptr;
-    void* block = GlobalLock(handle);
-    if (!block) GlobalFree(handle);
-    return block;
-}
-
-void freeGlobal(void* block) {
-    GlobalUnlock(GlobalHandle(block));
-    GlobalFree(GlobalHandle(block));
-}
-
 }  // namespace
 
 void resetMemoryTable() {
@@ -71,10 +58,24 @@ void releaseWork(void* block) noexcept {
     table.release(block);
 }
 
+void* allocateGlobal(std::uint64_t size) noexcept {
+    if (size > largestBlock) return nullptr;
+    const HGLOBAL handle = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, static_cast<SIZE_T>(size));
+    if (!handle) return nullptr;
+    void* block = GlobalLock(handle);
+    if (!block) GlobalFree(handle);
+    return block;
+}
+
+void freeGlobal(void* block) noexcept {
+    GlobalUnlock(GlobalHandle(block));
+    GlobalFree(GlobalHandle(block));
+}
+
 void* allocateBlock(std::uint64_t size) noexcept {
+    if (!useCallerFunctions) return allocateGlobal(size);
     if (size > largestBlock) return nullptr;
     const UINT bytes = static_cast<UINT>(size);
-    if (!useCallerFunctions) return allocateGlobal(bytes);
     void* block = table.alloc1(bytes);
     if (block) std::memset(block, 0, bytes);
     return block;

@@ -25,6 +25,11 @@ void releaseWork(void* block) noexcept;
 void* allocateBlock(std::uint64_t size) noexcept;
 void freeBlock(void* block) noexcept;
 
+// A cleared block of moveable global memory, locked, whatever functions the caller has installed; null when it
+// cannot be had.
+void* allocateGlobal(std::uint64_t size) noexcept;
+void freeGlobal(void* block) noexcept;
+
 // An array of working memory, released with its owner. Test it before use: an allocation may have failed.
 // first and second give uncleared memory.
 template <class T>

@@ -685,6 +685,82 @@ int ORNAPI pngsetxyresolution(int x, int y, int unit);
 int ORNAPI pnggeterror(void);
 /* ---- JPEG reading -------------------------------------------------------------------------------------- */
 
+/* ---- JPEG reading -------------------------------------------------------------------------------------- */
+
+/* What a JPEG file says about its picture: ten 32-bit fields. */
+typedef struct JpegInfo {
+    int ftype;       /* 0 baseline, 1 extended, 2 progressive (all three are loaded), 3 lossless, 9 to 11
+                        arithmetic-coded; -1 if the file describes no picture */
+    UINT width;      /* in pixels */
+    UINT height;
+    UINT comps;      /* colour components: 1 grey, 3 colour, 4 CMYK or YCCK */
+    UINT precision;  /* bits per sample; 8 in files that are loaded */
+    UINT sampfac[4]; /* per component horizontal sampling factor << 4 | vertical one; 0 if there is none */
+    UINT vbitcount;  /* bits per pixel of the image to load into: 8 for one component, else 24 */
+} JpegInfo;
+
+/* The same with resolution and stored thumbnail: 60 bytes. */
+typedef struct JpegInfoEx {
+    int ftype;
+    UINT width;
+    UINT height;
+    UINT comps;
+    UINT precision;
+    UINT sampfac[4];
+    UINT vbitcount;
+    UINT xdensity;  /* 0 if the file has none, or has it in dots per centimetre */
+    UINT ydensity;
+    UINT densunits; /* 0 aspect ratio only, 1 dots per inch */
+    UINT thumbnail; /* 1 if the file stores a thumbnail, else 0 */
+    unsigned char thumbwidth; /* in pixels */
+    unsigned char thumbheight;
+    unsigned char thumbbits; /* 8 (palette) or 24 */
+    unsigned char thumbtype; /* 0x10 JPEG-coded, 0x11 palette, 0x13 RGB */
+} JpegInfoEx;
+
+/*
+ * Reads a JPEG's headers up to its first scan; nothing behind it is looked at. After ERR_BAD_JPEG the record
+ * holds what was found before the flaw.
+ * Returns 0, ERR_OPEN, ERR_BAD_JPEG (see jpeggeterror), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its
+ * first 100 bytes are not readable). All JPEG calls on several threads take turns.
+ */
+int ORNAPI jpeginfo(const char *name, JpegInfo *info);
+int ORNAPI jpeginfoW(const WCHAR *name, JpegInfo *info);
+int ORNAPI jpeginfofrombuffer(const void *buffer, JpegInfo *info);
+
+/* Like jpeginfo, but the record is filled whatever the result; with ftype -1 where nothing could be read. */
+int ORNAPI jpeginfoex(const char *name, JpegInfoEx *info);
+int ORNAPI jpeginfoexW(const WCHAR *name, JpegInfoEx *info);
+int ORNAPI jpeginfofrombufferex(const void *buffer, JpegInfoEx *info);
+
+/*
+ * Loads a JPEG (baseline, extended or progressive Huffman coding) into the area of an allocated image: the
+ * picture's top-left part, as many rows and columns as both have; other pixels stay as they are. One-component
+ * pictures need an 8-bit image, whose palette becomes the grey ramp, others a 24-bit one.
+ * A progressive picture that was cut behind its first scan loads as far as it goes, with result 0. After any
+ * failure what has been decoded stays in the image.
+ * Returns 0, the codes of checkrange_, ERR_OPEN, ERR_BAD_JPEG or ERR_TRUNCATED (see jpeggeterror), ERR_NO_DATA (a
+ * colour plane is missing), ERR_BITS (wrong image for this file), ERR_RANGE (picture of no width or height, or
+ * over 32767), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100 bytes are not readable).
+ */
+int ORNAPI loadjpg(const char *name, imgdes *image);
+int ORNAPI loadjpgW(const WCHAR *name, imgdes *image);
+int ORNAPI loadjpgfrombuffer(const void *buffer, imgdes *image);
+
+/*
+ * Like loadjpg, with the colour conversion chosen by option: JPEG_COLOR_AUTO takes it from the file, the others
+ * say what the file's components are. CMYK and YCCK need four components; the missing fourth of three counts as
+ * no black.
+ */
+#define JPEG_COLOR_AUTO 0
+#define JPEG_COLOR_YCBCR 0x80
+#define JPEG_COLOR_RGB 0x81
+#define JPEG_COLOR_CMYK 0x82
+#define JPEG_COLOR_YCCK 0x83
+int ORNAPI loadjpgex(const char *name, imgdes *image, UINT option);
+int ORNAPI loadjpgexW(const WCHAR *name, imgdes *image, UINT option);
+int ORNAPI loadjpgfrombufferex(const void *buffer, imgdes *image, UINT option);
+
 /*
  * The reason behind the last failed JPEG call of the process, 0 if it had none of these:
  *   -100 precision is not 8 bits      -101 data ends early             -104 reading failed

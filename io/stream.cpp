@@ -46,6 +46,7 @@ std::uint32_t InputStream::read(void* destination, std::uint32_t count) {
     DWORD n = 0;
     const BOOL ok = inMemory_ ? memory_stream::read(handle_, destination, count, &n, nullptr)
                               : ReadFile(handle_, destination, count, &n, nullptr);
+    readFailed_ = !ok;
     return ok ? n : 0;
 }
 

@@ -55,6 +55,9 @@ class InputStream {
     // Reads up to count bytes and returns how many there were: fewer at the end.
     std::uint32_t read(void* destination, std::uint32_t count);
 
+    // Whether the last read came back with an error, and not just with fewer bytes.
+    bool readFailed() const { return readFailed_; }
+
     // Reads a whole record, or reports that there was not enough.
     bool readWhole(void* destination, std::uint32_t count) { return read(destination, count) == count; }
 
@@ -65,6 +68,7 @@ class InputStream {
 
  private:
     bool inMemory_;
+    bool readFailed_ = false;
     HANDLE handle_;
 };
 

@@ -1,0 +1,49 @@
+#include "jpeg/huffman_decode.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace orn32::jpeg {
+namespace {
+
+// The entry for all strings of lookBits bits that begin with the given code of the given length.
+LookEntry lookEntry(unsigned symbol, unsigned length, unsigned string) {
+    const unsigned run = symbol >> 4, count = symbol & 15;
+    if (count == 0) return (run == 15 ? run : run + endOfBand) << 8 | entryComplete | length;
+    if (length + count > lookBits) return count << 16 | run << 8 | length;
+    const unsigned bits = string >> (lookBits - length - count) & ((1u << count) - 1);
+    return static_cast<unsigned>(extend(bits, count)) << 16 | run << 8 | entryComplete | (length + count);
+}
+
+}  // namespace
+
+bool isUsable(const HuffmanSpec& spec) {
+    if (spec.total() > 256) return false;
+    int room = 1;  // codes of the length at hand that are not yet taken
+    for (const int count : spec.counts) {
+        room = room * 2 - count;
+        if (room < 0) return false;
+    }
+    return true;
+}
+
+void buildDecodeTable(const HuffmanSpec& spec, DecodeTable& table) {
+    std::memset(table.look, 0, sizeof table.look);
+    std::memcpy(table.symbols, spec.values, sizeof table.symbols);
+    unsigned code = 0;
+    int index = 0;
+    for (unsigned length = 1; length <= 16; length++) {
+        table.firstSymbol[length] = index - static_cast<int>(code);
+        for (unsigned i = 0; i < spec.counts[length - 1]; i++, code++, index++) {
+            if (length > lookBits) continue;
+            const unsigned first = code << (lookBits - length);
+            for (unsigned s = first; s < first + (1u << (lookBits - length)); s++)
+                table.look[s] = lookEntry(spec.values[index], length, s);
+        }
+        table.limit[length] = code << (16 - length);
+        code <<= 1;
+    }
+    table.limit[17] = 1u << 16;
+}
+
+}  // namespace orn32::jpeg

@@ -1,0 +1,41 @@
+// Huffman decoding: one look-up gives a short code together with the value bits behind it.
+#pragma once
+
+#include <cstdint>
+
+#include "jpeg/format.h"
+
+namespace orn32::jpeg {
+
+constexpr int lookBits = 9;
+
+// What the next lookBits bits hold. Symbols are taken as T.81 has them for AC coefficients: a run of zeros in
+// the upper half, the number of value bits in the lower one; DC symbols are those with run 0.
+//   bits 0-6    bits to drop: code and value bits; 0 when the code is longer than lookBits
+//   bit 7       set when value is complete; else only the code is to be dropped
+//   bits 8-15   the run; from endOfBand up for a symbol without value bits other than 0xF0
+//   bits 16-31  the value, signed; while incomplete the number of value bits
+using LookEntry = std::uint32_t;
+
+constexpr unsigned entryComplete = 0x80;
+constexpr unsigned endOfBand = 64;
+
+struct DecodeTable {
+    LookEntry look[1 << lookBits];
+    std::uint32_t limit[18];       // per length: the first 16-bit string above all codes up to it
+    std::int32_t firstSymbol[17];  // per length: index of its first symbol minus its first code
+    std::uint8_t symbols[256];
+};
+
+// Whether the counts make a prefix code of at most 256 symbols.
+bool isUsable(const HuffmanSpec& spec);
+
+void buildDecodeTable(const HuffmanSpec& spec, DecodeTable& table);
+
+// The number that count value bits stand for: those that begin with 0 are negative (T.81 F.2.2.1).
+constexpr int extend(unsigned bits, unsigned count) {
+    return bits < (1u << count) / 2 ? static_cast<int>(bits) - static_cast<int>((1u << count) - 1)
+                                    : static_cast<int>(bits);
+}
+
+}  // namespace orn32::jpeg

@@ -1,0 +1,92 @@
+#include "jpeg/output.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+namespace orn32::jpeg {
+
+Output::Output(const Headers& headers, const Layout& layout, const imgdes& image, Size size, Fit fit,
+               Conversion conversion)
+    : layout_(layout),
+      area_(image),
+      size_(size),
+      fit_(fit),
+      grey_(layout.count == 1),
+      width_(headers.info.width),
+      height_(headers.info.height),
+      convert_(rowConverter(conversion)),
+      mcuRows_(pictureRow(size.height - 1) / layout.mcuHeight + 1) {
+    const unsigned lastColumn = pictureColumn(size.width - 1);
+    for (unsigned c = 0; c < layout.count; c++) {
+        Plane& plane = planes_[c];
+        plane.h = layout.components[c].h;
+        plane.v = layout.components[c].v;
+        plane.blockColumns = lastColumn * plane.h / layout.hMax / 8 + 1;
+        plane.stride = static_cast<std::ptrdiff_t>(plane.blockColumns) * 8;
+        plane.quant = headers.quant[headers.components[c].tq].values;
+    }
+}
+
+bool Output::allocate() {
+    for (unsigned c = 0; c < layout_.count; c++) {
+        Plane& plane = planes_[c];
+        const std::uint64_t rows = plane.v * 8;
+        plane.samples = {MemoryEntry::first, rows * static_cast<unsigned>(plane.stride)};
+        plane.columnWanted = {MemoryEntry::first, plane.blockColumns};
+        plane.line = {MemoryEntry::first, size_.width};
+        if (!plane.samples || !plane.columnWanted || !plane.line) return false;
+        markColumns(plane);
+    }
+    return true;
+}
+
+void Output::markColumns(const Plane& plane) const {
+    std::memset(plane.columnWanted.get(), 0, plane.blockColumns);
+    for (unsigned x = 0; x < size_.width; x++)
+        plane.columnWanted[pictureColumn(x) * plane.h / layout_.hMax / 8] = true;
+}
+
+void Output::beginRow(unsigned mcuRow) {
+    firstRow_ = mcuRow * layout_.mcuHeight;
+    for (unsigned c = 0; c < layout_.count; c++) {
+        Plane& plane = planes_[c];
+        plane.lineRow = noRow;
+        std::fill(std::begin(plane.rowWanted), std::end(plane.rowWanted), false);
+        for (unsigned y = nextRow_; y < size_.height; y++) {
+            const unsigned row = pictureRow(y) - firstRow_;
+            if (row >= layout_.mcuHeight) break;
+            plane.rowWanted[row * plane.v / layout_.vMax / 8] = true;
+        }
+    }
+}
+
+// The samples for the shown pixels of a row, out of the plane itself where it has one for each.
+const std::uint8_t* Output::lineOf(Plane& plane, unsigned row, unsigned columns) {
+    const std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
+    if (fit_ == Fit::cut && plane.h == layout_.hMax) return samples;
+    if (plane.lineRow != row) {
+        for (unsigned x = 0; x < columns; x++)
+            plane.line[x] = samples[pictureColumn(x) * plane.h / layout_.hMax];
+        plane.lineRow = row;
+    }
+    return plane.line.get();
+}
+
+void Output::endRow(unsigned mcus) {
+    unsigned columns = 0;
+    while (columns < size_.width && pictureColumn(columns) < mcus * layout_.mcuWidth) columns++;
+    for (; nextRow_ < size_.height; nextRow_++) {
+        const unsigned row = pictureRow(nextRow_) - firstRow_;
+        if (row >= layout_.mcuHeight) break;
+        PlaneRows rows = {};
+        for (unsigned c = 0; c < layout_.count; c++)
+            rows.at[c] = lineOf(planes_[c], row * planes_[c].v / layout_.vMax, columns);
+        if (grey_)
+            std::memcpy(area_[nextRow_], rows.at[0], columns);
+        else
+            convert_(rows, columns, area_[nextRow_]);
+    }
+}
+
+}  // namespace orn32::jpeg

@@ -1,0 +1,77 @@
+// Where decoded blocks go: sample planes one MCU row high, and from them the rows of the destination image.
+#pragma once
+
+#include <cstdint>
+
+#include "core/area.h"
+#include "core/memory.h"
+#include "jpeg/colour_decode.h"
+#include "jpeg/headers.h"
+#include "jpeg/idct.h"
+#include "jpeg/layout.h"
+
+namespace orn32::jpeg {
+
+class Output {
+ public:
+    enum class Fit { cut, sample };
+
+    // Fills size pixels at the top left of the image's area: with the picture's top-left part, or with the
+    // whole picture reduced to it by taking the nearest pixel.
+    Output(const Headers& headers, const Layout& layout, const imgdes& image, Size size, Fit fit,
+           Conversion conversion);
+
+    // False when memory cannot be had.
+    [[nodiscard]] bool allocate();
+
+    // MCU rows from the top that have something to show; the others need not be decoded.
+    unsigned mcuRows() const { return mcuRows_; }
+
+    void beginRow(unsigned mcuRow);
+
+    // A block of component c at block column x of the row and block row y of the MCU; last as for inverseDct.
+    void place(unsigned c, unsigned x, unsigned y, const std::int16_t* coefs, unsigned last) {
+        const Plane& plane = planes_[c];
+        if (x < plane.blockColumns && plane.columnWanted[x] && plane.rowWanted[y])
+            inverseDct(coefs, plane.quant, last, plane.samples.get() + (y * plane.stride + x) * 8,
+                       plane.stride);
+    }
+
+    // Writes the pixels of the first mcus MCUs of the row.
+    void endRow(unsigned mcus);
+
+ private:
+    struct Plane {
+        unsigned h, v;
+        unsigned blockColumns;  // from the left, as far as there is something to show
+        std::ptrdiff_t stride;  // from one row of samples to the next
+        const std::uint16_t* quant;
+        WorkArray<std::uint8_t> samples;
+        WorkArray<std::uint8_t> columnWanted;  // per block column: whether any of its samples is shown
+        WorkArray<std::uint8_t> line;          // a row of samples, one for each pixel shown
+        bool rowWanted[maxComponents];         // per block row of the MCU
+        unsigned lineRow;                      // row of samples that line holds
+    };
+    static constexpr unsigned noRow = ~0u;
+
+    // The picture's column or row that a shown one is taken from.
+    unsigned pictureColumn(unsigned x) const { return fit_ == Fit::cut ? x : x * width_ / size_.width; }
+    unsigned pictureRow(unsigned y) const { return fit_ == Fit::cut ? y : y * height_ / size_.height; }
+
+    void markColumns(const Plane& plane) const;
+    const std::uint8_t* lineOf(Plane& plane, unsigned row, unsigned columns);
+
+    const Layout& layout_;
+    AreaRows area_;
+    Size size_;
+    Fit fit_;
+    bool grey_;
+    unsigned width_, height_;  // of the picture
+    RowConverter convert_;
+    unsigned mcuRows_;
+    unsigned firstRow_ = 0;  // the picture's row that the MCU row begins with
+    unsigned nextRow_ = 0;   // the first shown row that is not yet written
+    Plane planes_[maxComponents] = {};
+};
+
+}  // namespace orn32::jpeg
