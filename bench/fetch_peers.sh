@@ -45,6 +45,7 @@ fetch_peers() {
 # The versions of the packages that are measured.
 peer_versions() {
     local package file
+    # shellcheck disable=SC2016 # dpkg-deb's own fields
     for package in libfreeimage3 liblept5 libjpeg62-turbo-dev libpng-dev zlib1g-dev libgif-dev; do
         file=$(package_file "$package")
         [[ -z $file ]] || dpkg-deb -W --showformat='${Package} ${Version}, ' "$file"

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/kept_blocks.h"
 #include "orn32.h"
 
 namespace orn32 {
@@ -10,14 +11,21 @@ namespace {
 
 constexpr std::uint64_t largestBlock = 0x7FFFFFFF;
 
+KeptBlocks kept;
+
 void* __cdecl runtimeAlloc(UINT size) {
-    return std::malloc(size);
+    if (!KeptBlocks::serves(size)) return std::malloc(size);
+    void* block = kept.take(size);
+    return block ? block : std::malloc(KeptBlocks::roundedUp(size));
 }
 void* __cdecl runtimeCalloc(UINT count, UINT size) {
-    return std::calloc(count, size);
+    const UINT bytes = count * size;
+    if (!KeptBlocks::serves(bytes)) return std::calloc(count, size);
+    void* block = kept.take(bytes);
+    return block ? std::memset(block, 0, bytes) : std::calloc(KeptBlocks::roundedUp(bytes), 1);
 }
 void __cdecl runtimeFree(void* block) {
-    std::free(block);
+    if (block && !kept.keep(block)) std::free(block);
 }
 
 struct MemoryTable {
@@ -54,6 +62,11 @@ void* allocateWork(MemoryEntry entry, std::uint64_t count, std::size_t size) noe
     }
 }
 
+void* allocateToFill(std::uint32_t size) noexcept {
+    if (size > largestBlock) return nullptr;
+    return table.calloc1 == runtimeCalloc ? runtimeAlloc(size) : table.calloc1(size, 1);
+}
+
 void releaseWork(void* block) noexcept {
     table.release(block);
 }
@@ -79,6 +92,17 @@ void* allocateBlock(std::uint64_t size) noexcept {
     void* block = table.alloc1(bytes);
     if (block) std::memset(block, 0, bytes);
     return block;
+}
+
+void bringInBlock(void* block, std::uint32_t size) noexcept {
+    constexpr std::uint32_t worthwhile = 1 << 20, piece = 4 << 20;
+    if (useCallerFunctions || size < worthwhile) return;
+    for (std::uint32_t at = 0; at < size; at += piece) {
+        std::uint8_t* p = static_cast<std::uint8_t*>(block) + at;
+        const std::uint32_t n = size - at < piece ? size - at : piece;
+        if (!VirtualLock(p, n)) return;
+        VirtualUnlock(p, n);
+    }
 }
 
 void freeBlock(void* block) noexcept {

@@ -20,6 +20,10 @@ void resetMemoryTable();
 void* allocateWork(MemoryEntry entry, std::uint64_t count, std::size_t size) noexcept;
 void releaseWork(void* block) noexcept;
 
+// size bytes from the counted entry for a block that is filled at once: the runtime's own function does not
+// clear it.
+void* allocateToFill(std::uint32_t size) noexcept;
+
 // A cleared block that the caller owns: an image or an output buffer. Global memory, locked once, or the
 // caller's own; null when it cannot be had.
 void* allocateBlock(std::uint64_t size) noexcept;
@@ -29,6 +33,10 @@ void freeBlock(void* block) noexcept;
 // cannot be had.
 void* allocateGlobal(std::uint64_t size) noexcept;
 void freeGlobal(void* block) noexcept;
+// Has the system provide a new block's pages together, before all of it is written: cheaper than a fault for
+// each. Does nothing where the system refuses (a limit on locked memory) or the block is small or of the
+// caller's making.
+void bringInBlock(void* block, std::uint32_t size) noexcept;
 
 // An array of working memory, released with its owner. Test it before use: an allocation may have failed.
 // first and second give uncleared memory.

@@ -42,25 +42,44 @@ class Writer {
         const std::uint32_t full = std::max(rle_ ? 2 * rowLength_ : rowLength_, bufferBytes);
         const WorkArray<std::uint8_t> buffer(MemoryEntry::counted, full + rowLength_ + 4);
         if (!buffer) return ERR_MEMORY;
-        const AreaRows area(image_);
-        std::uint32_t used = 0;
-        for (unsigned y = size_.height; y-- > 0;) {
-            if (used + longest > full) {
-                out_.write(buffer.get(), used);
-                used = 0;
-            }
-            used += appendRow(buffer.get() + used, area[y], area.bit());
-        }
-        if (rle_) {
-            buffer[used++] = 0;
-            buffer[used++] = 1;
-        }
-        out_.write(buffer.get(), used);
+        if (rle_)
+            writeRunLengths(buffer.get(), full - longest);
+        else
+            writePlainRows(buffer.get(), full / rowLength_);
         return 0;
     }
 
-    std::uint32_t appendRow(std::uint8_t* to, const std::uint8_t* row, unsigned bit) const {
-        if (rle_) return encodeRle8Row(to, row, size_.width);
+    void writeRunLengths(std::uint8_t* buffer, std::uint32_t roomForOneMore) {
+        const AreaRows area(image_);
+        std::uint32_t used = 0;
+        for (unsigned y = size_.height; y-- > 0;) {
+            if (used > roomForOneMore) {
+                out_.write(buffer, used);
+                used = 0;
+            }
+            used += encodeRle8Row(buffer + used, area[y], size_.width);
+        }
+        buffer[used++] = 0;
+        buffer[used++] = 1;
+        out_.write(buffer, used);
+    }
+
+    // Rows that lie in memory as they will in the file are written from there.
+    void writePlainRows(std::uint8_t* buffer, unsigned rowsAtOnce) {
+        const AreaRows area(image_);
+        const bool asInFile = area.bit() == 0 && rowLength_ == image_.rowbytes &&
+                              size_.width * image_.header->biBitCount == rowLength_ * 8;
+        for (unsigned left = size_.height; left > 0;) {
+            const unsigned n = std::min(left, rowsAtOnce);
+            if (!asInFile)
+                for (unsigned i = 0; i < n; i++)
+                    putRow(buffer + i * rowLength_, area[left - 1 - i], area.bit());
+            out_.write(asInFile ? area[left - 1] : buffer, n * rowLength_);
+            left -= n;
+        }
+    }
+
+    void putRow(std::uint8_t* to, const std::uint8_t* row, unsigned bit) const {
         const unsigned bits = image_.header->biBitCount;
         const std::uint32_t pixelBytes = (size_.width * bits + 7) / 8;
         if (bits == 1)
@@ -68,7 +87,6 @@ class Writer {
         else
             std::memcpy(to, row, pixelBytes);
         std::memset(to + pixelBytes, 0, rowLength_ - pixelBytes);
-        return rowLength_;
     }
 
     void writeHeaders() {

@@ -152,7 +152,7 @@ BOOL WINAPI write(HANDLE handle, const void* source, DWORD count, DWORD* bytesWr
     if (!chunk) return FALSE;
     link(*slot, chunk);
     if (count > 0) {
-        chunk->data = static_cast<std::uint8_t*>(allocateWork(MemoryEntry::counted, count, 1));
+        chunk->data = static_cast<std::uint8_t*>(allocateToFill(count));
         if (!chunk->data) return FALSE;
         std::memcpy(chunk->data, source, count);
     }
@@ -178,6 +178,7 @@ int finishOutput(HANDLE handle, void** result) {
     if (!slot || slot->size == 0) return ERR_MEMORY;
     std::uint8_t* buffer = static_cast<std::uint8_t*>(allocateBlock(slot->size));
     if (!buffer) return ERR_MEMORY;
+    bringInBlock(buffer, slot->size);
     forEachChunk(*slot, [&](const Chunk* chunk) {
         if (chunk->data) std::memcpy(buffer + chunk->offset, chunk->data, chunk->length);
     });

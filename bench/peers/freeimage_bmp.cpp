@@ -52,10 +52,12 @@ Work save(const Picture& picture, int flags) {
 const auto loadPhotograph = [] { return load(bmpFile(photograph())); };
 const auto loadGraphic = [] { return load(bmpFile(graphic())); };
 
+// The targets are for pictures beyond the heap's own small blocks; hibiscus shows what a call costs apart
+// from memory.
 const Rows rows(std::string("FreeImage ") + FreeImage_GetVersion(), Code::scalar,
                 {{"bmp/load/24", 2, loadPhotograph},
                  {"bmp/load/24/new image", 0, loadPhotograph},
-                 {"bmp/load/24/hibiscus", 2, loadHibiscus},
+                 {"bmp/load/24/hibiscus", 0, loadHibiscus},
                  {"bmp/load/8", 2, loadGraphic},
                  {"bmp/load/8/new image", 0, loadGraphic},
                  {"bmp/load/8/rle", 0, [] { return load(bmpFile(graphic(), true)); }},

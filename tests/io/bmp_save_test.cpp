@@ -2,6 +2,7 @@
 
 #include <array>
 #include <tuple>
+#include <utility>
 
 #include "io/bmp_rle.h"
 #include "orn32.h"
@@ -116,6 +117,22 @@ TEST(BmpSave, WritesTheAreaThatLoadsBack) {
                     << x << "," << y << " of " << image.describe() << " rle " << rle;
         ASSERT_EQ(back->palcolors, image->palcolors);
         ASSERT_EQ(std::memcmp(back->palette, image->palette, static_cast<unsigned>(image->palcolors) * 4), 0);
+    }
+}
+
+// Whole rows without padding are written from the image itself, an area of a wider image through a buffer.
+TEST(BmpSave, WholePicturesAndAreasGiveTheSameBytes) {
+    Random random(5);
+    for (const unsigned bits : {1u, 8u, 24u}) {
+        for (const auto& [width, height] :
+             {std::pair{32u, 1u}, {64u, 9000u}, {1024u, 300u}, {102400u / 8, 20u}}) {
+            TestImage whole(width, height, bits), wider(width + 40, height + 3, bits);
+            whole.randomise(random);
+            wider.randomise(random);
+            setimagearea(wider, 9, 2, width + 8, height + 1);
+            ASSERT_EQ(copyimagebits(whole, wider), 0);
+            EXPECT_EQ(saved(whole, 0), saved(wider, 0)) << width << "x" << height << "x" << bits;
+        }
     }
 }
 
