@@ -1,5 +1,7 @@
 #include "process/lut.h"
 
+#include <cstring>
+
 #include "core/area.h"
 #include "core/range_check.h"
 #include "process/colour_key.h"
@@ -49,7 +51,15 @@ void mapIndices(const std::uint8_t* table, const imgdes& source, const imgdes& d
     for (unsigned y = 0; y < size.height; y++) {
         const std::uint8_t* in = from[y];
         std::uint8_t* out = to[y];
-        for (unsigned x = 0; x < size.width; x++) out[x] = table[in[x]];
+        unsigned x = 0;
+        for (; x + 4 <= size.width; x += 4) {
+            std::uint32_t four;
+            std::memcpy(&four, in + x, 4);
+            four = table[four & 0xFF] | table[four >> 8 & 0xFF] << 8 | table[four >> 16 & 0xFF] << 16 |
+                   std::uint32_t{table[four >> 24]} << 24;
+            std::memcpy(out + x, &four, 4);
+        }
+        for (; x < size.width; x++) out[x] = table[in[x]];
     }
 }
 

@@ -65,7 +65,7 @@ const Rows rows(std::string("FreeImage ") + FreeImage_GetVersion(), Code::scalar
                  {"ops/paltorgb", 1.5, [] { return convert(graphic(), FreeImage_ConvertTo24Bits, true); }},
                  {"ops/gray/24", 2,
                   [] { return convert(photograph(), FreeImage_ConvertToGreyscale, false); }},
-                 {"ops/gray/8", 2, [] { return convert(graphic(), FreeImage_ConvertToGreyscale, false); }},
+                 {"ops/gray/8", 1, [] { return convert(graphic(), FreeImage_ConvertToGreyscale, false); }},
                  {"ops/histogram/8", 1, [] { return histogram(graphic()); }},
                  {"ops/histogram/24", 1, [] { return histogram(photograph()); }}});
 

@@ -24,9 +24,12 @@ constexpr Option areaOptions[] = {
 
 constexpr OptionGroup areaGroup = {L"Changes of the picture", areaOptions};
 
+extern const OptionGroup colourGroup;
+
 // One line per file of operations.
 constexpr const OptionGroup* allGroups[] = {
     &areaGroup,
+    &colourGroup,
 };
 
 std::span<const OptionGroup* const> operationGroups() {

@@ -101,6 +101,41 @@ run --help
 [[ $status == 0 && -z $complaints ]] || fail "--help gives $status: $complaints"
 for option in --area --rle --info --to --version; do prints "  $option "; done
 
+# ---- Colours ------------------------------------------------------------------------------------------------
+
+# ends_in FILE HEX: the file's last bytes.
+ends_in() {
+    local want=${2// /} have
+    have=$(tail -c $((${#want} / 2)) "$1" | od -An -v -tx1 | tr -d ' \n')
+    [[ $have == "$want" ]] || fail "$1 ends in $have, not $want"
+}
+
+succeeds --gray true.bmp gray.bmp
+ends_in gray.bmp 'ffffff00  0b1b2b00 3b4b5b00'
+succeeds --gray indexed.bmp gray.bmp
+ends_in gray.bmp '23232323 53535383 23538323'
+succeeds --colors 2 true.bmp colors.bmp
+holds colors.bmp '4a4a4a00 18181800  01010100 00000000'
+succeeds --match octree --colors 2 --area 0,1,2,1 true.bmp colors.bmp
+holds colors.bmp '4a4a4a00 18181800  01010100'
+succeeds --reduce 2 indexed.bmp reduced.bmp
+holds reduced.bmp '10203000 70809000  00000000 00000001 00000100'
+succeeds --reduce 3 indexed.bmp reduced.bmp
+cmp -s -i54 indexed.bmp reduced.bmp || fail 'a picture of few colours was reduced'
+succeeds --area 0,0,1,0 --histogram true.bmp part.bmp
+[[ $output == *'level       red     green      blue'*"
+        58         0         0         1
+        59         0         1         0
+        60         1         0         0
+        74         0         0         1"* ]] || fail "--histogram prints $output"
+succeeds --gray --histogram true.bmp part.bmp
+[[ $output == *"level    pixels
+        11         1
+        27         1"* ]] || fail "--gray --histogram prints $output"
+refuses 2 '--colors: 257 is not between 2 and 256' --colors 257 true.bmp x.bmp
+refuses 2 '--reduce: 256 is not between 2 and 255' --reduce 256 indexed.bmp x.bmp
+refuses 2 '--match: near is none of' --match near --colors 9 true.bmp x.bmp
+
 # ---- Names, folders, and the output in the input's place ------------------------------------------------------
 
 mkdir 'a folder'
@@ -244,6 +279,8 @@ else
         succeeds --area 20,30,119,79 "$photo" part.bmp
         "$judge" "$photo" -crop 100x50+20+30 +repage cropped.bmp
         same_pixels 0 cropped.bmp part.bmp
+        succeeds --colors 2 "$corpus/bmp/pal1bg.bmp" colors.bmp # through 8 and 24 bits; 5 of them count
+        same_pixels 7 "$corpus/bmp/pal1bg.bmp" colors.bmp
     else
         echo 'skipped: comparing pixels needs ImageMagick (package imagemagick)'
     fi
