@@ -1,0 +1,473 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <numeric>
+
+#include "orn32.h"
+#include "tests/gif/gif_builder.h"
+#include "tests/support/failing_writes.h"
+#include "tests/support/guarded.h"
+#include "tests/support/memory_watch.h"
+#include "tests/support/test_image.h"
+
+using namespace test;
+
+namespace {
+
+// Image data as the writer must put it: batches of 32766 codes, each packed into whole 16-bit words (the last
+// one into bytes) and cut into blocks of 254.
+Bytes plainImageData(unsigned codeSize, const Bytes& pixels) {
+    const std::vector<unsigned> codes = literalCodes(codeSize, pixels);
+    const Bytes all = packed(codeSize, codes);
+    Bytes out;
+    std::size_t from = 0;
+    for (std::size_t n = 32766;; n += 32766) {
+        const bool last = n > codes.size();
+        const std::size_t to = last ? all.size() : n * (codeSize + 1) / 16 * 2;
+        const Bytes batch(all.begin() + static_cast<std::ptrdiff_t>(from),
+                          all.begin() + static_cast<std::ptrdiff_t>(to));
+        Bytes blocks = subBlocks(batch, 254);
+        if (!last) blocks.pop_back();
+        append(out, blocks);
+        from = to;
+        if (last) return out;
+    }
+}
+
+std::vector<int> rowOrder(int height, bool interlaced) {
+    std::vector<int> order;
+    if (!interlaced) {
+        order.resize(static_cast<std::size_t>(height));
+        std::iota(order.begin(), order.end(), 0);
+        return order;
+    }
+    for (int y = 0; y < height; y += 8) order.push_back(y);
+    for (int y = 4; y < height; y += 8) order.push_back(y);
+    for (int y = 2; y < height; y += 4) order.push_back(y);
+    for (int y = 1; y < height; y += 2) order.push_back(y);
+    return order;
+}
+
+Bytes streamPixels(const TestImage& image, bool interlaced, unsigned mask) {
+    Bytes pixels;
+    for (const int y : rowOrder(image.areaHeight(), interlaced))
+        for (int x = 0; x < image.areaWidth(); x++)
+            pixels.push_back(static_cast<std::uint8_t>(
+                image.pixel(static_cast<int>(image.image.left) + x, static_cast<int>(image.image.top) + y) &
+                mask));
+    return pixels;
+}
+
+Bytes table(const TestImage& image, unsigned bits) {
+    Bytes out;
+    const unsigned room = image.image.header->biClrUsed;
+    for (unsigned i = 0; i < 1u << bits; i++) {
+        const RGBQUAD q = i < room ? image.image.palette[i] : RGBQUAD{};
+        append(out, {q.rgbRed, q.rgbGreen, q.rgbBlue});
+    }
+    return out;
+}
+
+// A still picture as savegifex must write it.
+Bytes plainStill(const TestImage& image, unsigned flags, int transcolor, const char* version,
+                 const std::string& comment = "") {
+    const unsigned asked = flags >> 16 & 15;
+    const unsigned bits = image.bitsPerPixel() == 1 ? 1 : flags & 4 ? 4 : asked ? std::min(asked, 8u) : 8;
+    const unsigned codeSize = std::max(bits, 2u);
+    GifBuilder gif;
+    gif.header(image.areaWidth(), image.areaHeight(), 0x80 | (bits - 1) << 4 | (bits - 1),
+               flags & 2 ? "89a" : version);
+    gif.raw(table(image, bits));
+    if (flags & 2)
+        gif.control(transcolor >= 0, 0, static_cast<std::uint8_t>(transcolor < 0 ? 0 : transcolor));
+    gif.descriptor(image.areaWidth(), image.areaHeight(), flags & 1 ? 0x40 : 0)
+        .raw({static_cast<std::uint8_t>(codeSize)});
+    gif.raw(plainImageData(codeSize, streamPixels(image, flags & 1, (1u << codeSize) - 1)));
+    if (!comment.empty()) gif.comment(comment);
+    return gif.trailer().bytes;
+}
+
+Bytes takeBuffer(void* buffer) {
+    const HGLOBAL handle = GlobalHandle(buffer);
+    const auto* p = static_cast<std::uint8_t*>(buffer);
+    Bytes bytes(p, p + GlobalSize(handle));
+    GlobalUnlock(handle);
+    GlobalFree(handle);
+    return bytes;
+}
+
+// Compares a file that may be followed by padding of its memory block.
+void expectFile(const Bytes& got, const Bytes& want, const std::string& what) {
+    ASSERT_GE(got.size(), want.size()) << what;
+    for (std::size_t i = 0; i < want.size(); i++)
+        ASSERT_EQ(got[i], want[i]) << what << ", byte " << i << " of " << want.size();
+}
+
+std::vector<std::string> temporaryFiles() {
+    char folder[MAX_PATH];
+    GetTempPathA(MAX_PATH, folder);
+    std::vector<std::string> names;
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((std::string(folder) + "NEW*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return names;
+    do names.push_back(found.cFileName);
+    while (FindNextFileA(search, &found));
+    FindClose(search);
+    return names;
+}
+
+struct Records {
+    GifGlobalInfo global = {};
+    GifFrameInfo frame = {};
+    Records() {
+        global.screenwidth = 0x10203;
+        global.screenheight = 400;
+        global.hasglobalpalette = 1;
+        global.bkgndcolor = 3;
+        global.loopcount = 500;
+        frame.left = 0x10007;
+        frame.top = 300;
+        frame.delay = 777;
+        frame.disposal = 2;
+        frame.userinput = 9;
+        frame.transcolor = 6;
+    }
+};
+
+// The frame as savegifframe must write it, without the trailer.
+Bytes plainFrame(const TestImage& image, const Records& r) {
+    GifBuilder gif;
+    const bool transparent = r.frame.transcolor >= 0 && r.frame.transcolor < 256;
+    gif.control(
+        (static_cast<unsigned>(r.frame.disposal) & 7) << 2 | (r.frame.userinput ? 2 : 0) | transparent,
+        r.frame.delay, static_cast<std::uint8_t>(transparent ? r.frame.transcolor : 0));
+    gif.descriptor(image.areaWidth(), image.areaHeight(), r.frame.haslocalpalette ? 0x87 : 0, r.frame.left,
+                   r.frame.top);
+    if (r.frame.haslocalpalette) gif.raw(table(image, 8));
+    return gif.raw({8}).raw(plainImageData(8, streamPixels(image, false, 255))).bytes;
+}
+
+Bytes plainStart(const TestImage& image, const Records& r) {
+    GifBuilder gif;
+    gif.header(r.global.screenwidth, r.global.screenheight, r.global.hasglobalpalette ? 0xF7 : 0x77, "89a",
+               static_cast<std::uint8_t>(r.global.bkgndcolor));
+    if (r.global.hasglobalpalette) gif.raw(table(image, 8));
+    return gif.loop(r.global.loopcount).bytes;
+}
+
+}  // namespace
+
+TEST(GifSave, WritesTheseBytesForATinyPicture) {
+    TestImage image(3, 1, 1);
+    image.setPixel(1, 0, 1);
+    const TempFile file(".gif");
+    ASSERT_EQ(savegif(file.name(), image), 0);
+    // Codes of 3 bits: clear 4, 0, 1, clear 4, 0, end 5.
+    EXPECT_EQ(readFile(file.name()),
+              (Bytes{'G', 'I',  'F', '8', '7', 'a', 3, 0, 1, 0, 0x80, 0, 0, 0,    0,    0,    255, 255,
+                     255, 0x2C, 0,   0,   0,   0,   3, 0, 1, 0, 0,    2, 3, 0x44, 0x88, 0x02, 0,   0x3B}));
+}
+
+TEST(GifSave, WritesTheOptionsOfEveryKindOfArea) {
+    Random random(1);
+    for (int round = 0; round < 800; round++) {
+        const unsigned bits = random.oneIn(3) ? 1 : 8;
+        TestImage image(1 + random.below(90), 1 + random.below(40), bits);
+        image.randomise(random);
+        image.randomisePalette(random);
+        image.randomArea(random);
+        unsigned flags = random.below(8);
+        if (random.oneIn(2)) flags |= GIF_BITS(random.below(16));
+        const unsigned asked = flags >> 16;
+        const int colours = bits == 1 ? 2 : 1 << (flags & 4 ? 4 : asked ? std::min(asked, 8u) : 8);
+        image->palcolors = random.between(1, colours);
+        const int transcolor = random.between(-1, 255);
+        const Bytes want = plainStill(image, flags, transcolor, "87a");
+        const std::string what = image.describe() + " flags " + std::to_string(flags);
+        void* buffer = nullptr;
+        ASSERT_EQ(savegiftobufferex(&buffer, image, flags, transcolor), 0) << what;
+        ASSERT_NO_FATAL_FAILURE(expectFile(takeBuffer(buffer), want, what));
+        if (round % 10) continue;
+        const TempFile file(".gif");
+        ASSERT_EQ(savegifex(file.name(), image, flags, transcolor), 0) << what;
+        ASSERT_EQ(readFile(file.name()), want) << what;
+        ASSERT_EQ(savegifexW(file.wideName(), image, flags, transcolor), 0) << what;
+        ASSERT_EQ(readFile(file.name()), want) << what;
+    }
+}
+
+TEST(GifSave, LargePicturesComeInBatches) {
+    Random random(2);
+    for (const auto& [width, height, bits] :
+         {std::tuple{300u, 260u, 8u}, {1000u, 90u, 1u}, {254u, 129u, 8u}}) {
+        TestImage image(width, height, bits);
+        image.randomise(random);
+        const TempFile file(".gif");
+        for (const unsigned flags : {0u, 1u, unsigned{GIF_BITS(5)}}) {
+            image->palcolors = 2;
+            ASSERT_EQ(savegifex(file.name(), image, flags, -1), 0);
+            ASSERT_NO_FATAL_FAILURE(
+                expectFile(readFile(file.name()), plainStill(image, flags, -1, "87a"), image.describe()));
+        }
+    }
+}
+
+TEST(GifSave, ABatchThatEndsWithTheLastPixelIsFollowedByTheEndCodeAlone) {
+    // 254 pixels and a clear code make 255 codes; 128 of those and 126 more codes fill a batch of 32766.
+    TestImage image(128 * 254 + 125, 1, 8);
+    const TempFile file(".gif");
+    for (const unsigned less : {0u, 1u, 2u}) {
+        image->right = static_cast<UINT>(image.width()) - 1 - less;
+        ASSERT_EQ(savegif(file.name(), image), 0);
+        ASSERT_NO_FATAL_FAILURE(
+            expectFile(readFile(file.name()), plainStill(image, 0, -1, "87a"), image.describe()));
+    }
+}
+
+TEST(GifSave, LoadsBackToTheSamePixels) {
+    Random random(3);
+    for (int round = 0; round < 300; round++) {
+        const unsigned bits = random.oneIn(3) ? 1 : 8;
+        TestImage image(1 + random.below(400), 1 + random.below(100), bits);
+        image.randomise(random);
+        image.randomisePalette(random);
+        void* buffer = nullptr;
+        ASSERT_EQ(savegiftobufferex(&buffer, image, random.below(4), 1), 0);
+        const GuardedBytes source(takeBuffer(buffer));
+        TestImage back(static_cast<unsigned>(image.width()), static_cast<unsigned>(image.height()), bits);
+        ASSERT_EQ(source.size() < 100 ? 0 : loadgiffrombuffer(source.data(), back), 0);
+        if (source.size() < 100) continue;
+        for (int y = 0; y < image.height(); y++)
+            for (int x = 0; x < image.width(); x++)
+                ASSERT_EQ(back.pixel(x, y), image.pixel(x, y)) << x << "," << y;
+        ASSERT_EQ(std::memcmp(back->palette, image->palette, 4u << bits), 0);
+    }
+}
+
+TEST(GifSave, RefusesWhatItCannotWriteAndLeavesNoFile) {
+    TestImage eight(4, 4, 8), one(4, 4, 1), true24(4, 4, 24), grey16(4, 4, 16);
+    const TempFile file(".gif");
+    const auto save = [&](imgdes* image, unsigned flags, int transcolor) {
+        const int code = savegifex(file.name(), image, flags, transcolor);
+        EXPECT_FALSE(file.exists());
+        return code;
+    };
+    EXPECT_EQ(save(eight, 2, 300), ERR_ARGUMENT);
+    EXPECT_EQ(save(eight, 2, -2), ERR_ARGUMENT);
+    EXPECT_EQ(save(true24, 2, 300), ERR_ARGUMENT);
+    EXPECT_EQ(save(true24, 0, 300), ERR_BITS);
+    EXPECT_EQ(save(grey16, 0, 0), ERR_BITS);
+    EXPECT_EQ(save(nullptr, 0, 0), ERR_RANGE);
+    eight->palcolors = 17;
+    EXPECT_EQ(save(eight, 4, 0), ERR_RANGE);
+    EXPECT_EQ(save(eight, GIF_BITS(4), 0), ERR_RANGE);
+    eight->palcolors = 0;
+    EXPECT_EQ(save(eight, 0, 0), ERR_ARGUMENT);
+    one->palcolors = 3;
+    EXPECT_EQ(save(one, 0, 0), ERR_RANGE);
+    one->palcolors = 2;
+    one->right = 4;
+    EXPECT_EQ(save(one, 0, 0), ERR_RANGE);
+    one->right = 3;
+    EXPECT_EQ(savegif("no such folder/x.gif", one), ERR_CREATE);
+    Records r;
+    r.global.hasglobalpalette = 0;
+    EXPECT_EQ(savegifframe(file.name(), one, &r.global, &r.frame, 0), ERR_ARGUMENT);
+    EXPECT_EQ(savegifframe(file.name(), one, nullptr, &r.frame, 0), ERR_ARGUMENT);
+    r.global.hasglobalpalette = 1;
+    r.frame.transcolor = 256;
+    EXPECT_EQ(savegifframe(file.name(), one, &r.global, &r.frame, 2), ERR_ARGUMENT);
+    EXPECT_FALSE(file.exists());
+    EXPECT_EQ(savegifframe(file.name(), one, &r.global, &r.frame, 0), 0) << "not asked for, not written";
+    EXPECT_EQ(readFile(file.name())[13 + 6 + 19 + 3], 2 << 2 | 2);
+}
+
+TEST(GifSave, PaletteEntriesThatTheImageHasNoRoomForAreBlack) {
+    TestImage image(4, 4, 8);
+    image->header->biClrUsed = 16;  // as if the rows began behind the sixteenth entry
+    image->palcolors = 16;
+    void* buffer = nullptr;
+    ASSERT_EQ(savegiftobufferex(&buffer, image, 0, -1), 0);
+    const Bytes gif = takeBuffer(buffer);
+    EXPECT_EQ(gif[13 + 15 * 3], 15);
+    EXPECT_EQ(gif[13 + 16 * 3], 0);
+    EXPECT_EQ(gif[13 + 255 * 3], 0);
+}
+
+TEST(GifFrames, AFileIsMadeAndThenGrowsFrameByFrame) {
+    Random random(4);
+    TestImage image(30, 20, 8);
+    const TempFile file(".gif");
+    Bytes want;
+    for (int k = 0; k < 5; k++) {
+        image.randomise(random);
+        image.randomisePalette(random);
+        image.randomArea(random);
+        Records r;
+        r.frame.haslocalpalette = k > 0;
+        r.frame.delay = k * 1000;
+        r.frame.disposal = k + 5;
+        r.frame.userinput = k & 1;
+        r.frame.transcolor = k * 100 - 1;
+        if (k == 0) want = plainStart(image, r);
+        append(want, plainFrame(image, r));
+        ASSERT_EQ(k & 1 ? savegifframeW(file.wideName(), image, &r.global, &r.frame, 0)
+                        : savegifframe(file.name(), image, &r.global, &r.frame, 0),
+                  0);
+        Bytes whole = want;
+        whole.push_back(';');
+        ASSERT_EQ(readFile(file.name()), whole) << "frame " << k;
+        int count = 0;
+        EXPECT_EQ(gifframecount(file.name(), &count), 0);
+        EXPECT_EQ(count, k + 1);
+    }
+    EXPECT_TRUE(temporaryFiles().empty());
+}
+
+TEST(GifFrames, TheBufferFormMakesAFileOfOneFrame) {
+    TestImage image(9, 9, 8);
+    Records r;
+    void* buffer = nullptr;
+    ASSERT_EQ(savegifframetobuffer(&buffer, image, &r.global, &r.frame, 0), 0);
+    Bytes want = plainStart(image, r);
+    append(want, plainFrame(image, r));
+    want.push_back(';');
+    expectFile(takeBuffer(buffer), want, "buffer");
+}
+
+TEST(GifFrames, TheNewFrameTakesThePlaceOfTheTrailerAndWhatFollowsIt) {
+    TestImage image(9, 9, 8);
+    Records r;
+    const Bytes frame = plainFrame(image, r);
+    const Bytes body = GifBuilder().header(9, 9, 0xF7).table(8).bytes;
+    const struct {
+        const char* what;
+        Bytes old;
+        std::size_t kept;
+    } cases[] = {
+        {"trailer last", {1, 2, ';'}, 2},
+        {"trailer, then bytes", {1, 2, ';', 5, 5, 5}, 2},
+        {"fifteenth last byte", {1, ';', 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5}, 1},
+        {"sixteenth last byte is not looked at", {';', 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5}, 16},
+        {"none", {5, 5}, 2},
+        {"two, of which the last counts", {';', 1, ';', 1}, 2},
+    };
+    for (const auto& c : cases) {
+        for (const bool tiny : {false, true}) {
+            if (tiny && c.old.size() >= 16) continue;
+            const TempFile file(".gif");
+            Bytes old = tiny ? Bytes{} : body, want = old;
+            append(old, c.old);
+            writeFile(file.name(), old);
+            want.insert(want.end(), c.old.begin(), c.old.begin() + static_cast<std::ptrdiff_t>(c.kept));
+            append(want, frame);
+            want.push_back(';');
+            ASSERT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 0), 0) << c.what;
+            ASSERT_EQ(readFile(file.name()), want) << c.what;
+        }
+    }
+}
+
+TEST(GifComment, IsWrittenByTheNextSaveThatSucceedsAndTheVersionStays) {
+    TestImage image(20, 20, 8), true24(3, 3, 24);
+    const TempFile file(".gif");
+    const std::string text(600, 'k');
+    const auto saved = [&] {
+        EXPECT_EQ(savegif(file.name(), image), 0);
+        return readFile(file.name());
+    };
+    EXPECT_EQ(saved(), plainStill(image, 0, -1, "87a"));
+    setgifcomment(89, text.c_str());
+    EXPECT_EQ(savegif(file.name(), true24), ERR_BITS);
+    EXPECT_EQ(savegif("no such folder/x.gif", image), ERR_CREATE);
+    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a", text));
+    char back[700];
+    EXPECT_EQ(getgifcomment(file.name(), back, sizeof back), 600);
+    EXPECT_EQ(back, text);
+    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a"));
+    setgifcomment(89, "");
+    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a"));
+    setgifcomment(89, nullptr);
+    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a"));
+    setgifcomment(87, "x");
+    EXPECT_EQ(saved(), plainStill(image, 0, -1, "87a"));
+    setgifcomment(89, "x");
+    setgifcomment(0, "y");
+    EXPECT_EQ(saved(), plainStill(image, 0, -1, "87a"));
+}
+
+TEST(GifSave, EveryFailedAllocationIsReportedAndKeepsTheComment) {
+    TestImage image(300, 200, 8);
+    void* buffer = nullptr;
+    setgifcomment(89, "kept");
+    const int steps = failEveryAllocation([&] { return savegiftobufferex(&buffer, image, 0, -1); },
+                                          [&](int n, int code, const MemoryWatch& watch) {
+                                              EXPECT_EQ(code, ERR_MEMORY) << n;
+                                              EXPECT_EQ(buffer, nullptr) << n;
+                                              EXPECT_EQ(watch.live(), 0) << n;
+                                          });
+    EXPECT_GT(steps, 10);
+    const auto* bytes = static_cast<std::uint8_t*>(buffer);
+    EXPECT_EQ(std::memcmp(bytes + plainStill(image, 0, -1, "89a").size() - 1, "\x21\xFE\x04kept\0;", 9), 0);
+    freeGuarded(buffer);
+    setgifcomment(87, nullptr);
+    const TempFile file(".gif");
+    failEveryAllocation([&] { return savegif(file.name(), image); },
+                        [&](int n, int code, const MemoryWatch& watch) {
+                            EXPECT_EQ(code, ERR_MEMORY) << n;
+                            EXPECT_EQ(watch.live(), 0) << n;
+                            EXPECT_FALSE(file.exists()) << n;
+                        });
+}
+
+TEST(GifSave, AFullDiskLeavesNoFileAndKeepsTheComment) {
+    TestImage image(300, 200, 8);
+    const TempFile file(".gif");
+    const std::string text(100, 'c');
+    const Bytes want = plainStill(image, 0, -1, "89a", text);
+    setgifcomment(89, text.c_str());
+    std::vector<unsigned> rooms(200);
+    std::iota(rooms.begin(), rooms.end(), 0);
+    for (unsigned i = 200; i < want.size(); i += 977) rooms.push_back(i);
+    for (unsigned i = 1; i < 120; i++) rooms.push_back(static_cast<unsigned>(want.size()) - i);
+    for (const unsigned room : rooms) {
+        const FullDisk disk(room);
+        ASSERT_EQ(savegif(file.name(), image), ERR_WRITE) << "room for " << room << " bytes";
+        ASSERT_TRUE(disk.wasFull());
+        ASSERT_FALSE(file.exists()) << "room for " << room << " bytes";
+    }
+    const FullDisk disk(static_cast<unsigned>(want.size()));
+    EXPECT_EQ(savegif(file.name(), image), 0);
+    EXPECT_EQ(readFile(file.name()), want);
+    setgifcomment(87, nullptr);
+}
+
+TEST(GifFrames, AFailedAppendLeavesTheFileAsItWasAndNoTemporaryFile) {
+    TestImage image(200, 90, 8);
+    const TempFile file(".gif");
+    Records r;
+    ASSERT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 0), 0);
+    Bytes old = readFile(file.name());
+    append(old, {1, 2, 3});
+    writeFile(file.name(), old);
+    const unsigned frame = static_cast<unsigned>(plainFrame(image, r).size()) + 1;
+    // The frame goes to disk twice: into the temporary file, then behind the old bytes.
+    const unsigned needed = 2 * frame - 4;
+    const auto append = [&] { return savegifframe(file.name(), image, &r.global, &r.frame, 0); };
+    for (unsigned room = 0; room < needed; room += room < 20 || room + 40 > needed ? 1 : 211) {
+        const FullDisk disk(room);
+        ASSERT_EQ(append(), ERR_WRITE) << "room for " << room << " of " << needed;
+        ASSERT_EQ(readFile(file.name()), old) << "room for " << room << " of " << needed;
+        ASSERT_TRUE(temporaryFiles().empty()) << room;
+    }
+    failEveryAllocation(append, [&](int n, int code, const MemoryWatch& watch) {
+        EXPECT_EQ(code, ERR_MEMORY) << n;
+        EXPECT_EQ(watch.live(), 0) << n;
+        EXPECT_EQ(readFile(file.name()), old) << n;
+        EXPECT_TRUE(temporaryFiles().empty()) << n;
+    });
+    int count = 0;
+    EXPECT_EQ(gifframecount(file.name(), &count), 0);
+    EXPECT_EQ(count, 2);
+}

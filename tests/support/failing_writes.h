@@ -1,0 +1,18 @@
+// Makes the program's file writes come up short, as on a full disk.
+#pragma once
+
+namespace test {
+
+// While it lives, writes succeed until a number of bytes has been written; what is beyond does not get to
+// disk. Bytes of a file that were there before can be overwritten in any case.
+class FullDisk {
+ public:
+    explicit FullDisk(unsigned freeBytes);
+    ~FullDisk();
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+    bool wasFull() const;  // a write has come up short
+};
+
+}  // namespace test
