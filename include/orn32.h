@@ -762,6 +762,21 @@ int ORNAPI loadjpgexW(const WCHAR *name, imgdes *image, UINT option);
 int ORNAPI loadjpgfrombufferex(const void *buffer, imgdes *image, UINT option);
 
 /*
+ * Loads a small picture into the area's top left, in the shape of the whole picture and never larger than it:
+ * the thumbnail stored in the file, scaled by picking pixels, or where there is none that can be loaded the
+ * picture itself reduced by picking pixels, which is faster than loading it whole. Pixels beside it stay as they
+ * are, and so does the record's area.
+ *   mode  1 takes no notice of a stored thumbnail; any other value uses it
+ * The image needs the bit count of what is loaded: 8 for a palette thumbnail (which brings its palette) and for
+ * one-component pictures, else 24.
+ * Returns 0, the codes of loadjpg; ERR_RANGE if nothing is left of the picture in one direction; ERR_TRUNCATED
+ * also for a thumbnail that is cut.
+ */
+int ORNAPI loadjpgthumbnail(const char *name, imgdes *image, int mode);
+int ORNAPI loadjpgthumbnailW(const WCHAR *name, imgdes *image, int mode);
+int ORNAPI loadjpgthumbnailfrombuffer(const void *buffer, imgdes *image, int mode);
+
+/*
  * The reason behind the last failed JPEG call of the process, 0 if it had none of these:
  *   -100 precision is not 8 bits      -101 data ends early             -104 reading failed
  *   -105 bad Huffman code or table    -106 too many components, bad sampling factors, or a missing table

@@ -7,6 +7,9 @@
 
 namespace orn32::jpeg {
 
+// Whether a block has an AC coefficient.
+bool hasAc(const std::int16_t* coefs);
+
 class Coefficients {
  public:
     Coefficients(const Layout& layout, unsigned mcuRows);
@@ -25,12 +28,15 @@ class Coefficients {
     unsigned across(unsigned c) const { return planes_[c].across; }
     unsigned down(unsigned c) const { return planes_[c].down; }
 
+    // Whether any block of a row has been given an AC coefficient; whoever gives it sets this.
+    bool& rowHasAc(unsigned c, unsigned y) const { return planes_[c].rowHasAc[y]; }
+
  private:
     struct Plane {
         std::int16_t* start;
         unsigned across, down;
+        bool* rowHasAc;
     };
-    unsigned count_;
     Plane planes_[maxComponents] = {};
     void* memory_ = nullptr;
 };

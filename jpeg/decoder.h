@@ -39,6 +39,14 @@ class RestartCounter {
         return due;
     }
 
+    // Passes over MCUs, unless a restart marker comes before one of them.
+    bool pass(std::uint32_t mcus) {
+        if (interval_ == 0) return true;
+        if (left_ < mcus) return false;
+        left_ -= mcus;
+        return true;
+    }
+
  private:
     std::uint32_t interval_, left_;
 };

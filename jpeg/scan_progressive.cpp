@@ -68,10 +68,25 @@ class ProgressiveScan {
 
     void decodeAc(unsigned c) {
         const DecodeTable& table = d_.tables.ac(d_.component(c));
-        if (scan_.ah)
-            forEachBlock(c, [&](std::int16_t* coefs) { refineAc(table, coefs); });
-        else
-            forEachBlock(c, [&](std::int16_t* coefs) { decodeAcFirst(table, coefs); });
+        const ComponentLayout& layout = d_.layout.components[c];
+        const unsigned rows = std::min(layout.blocksDown, coefficients_.down(c));
+        for (unsigned y = 0; y < rows; y++) {
+            rowHasAc_ = &coefficients_.rowHasAc(c, y);
+            if (passRow(layout.blocksAcross)) continue;
+            if (scan_.ah)
+                forEachBlockOfRow(c, y, [&](std::int16_t* coefs) { refineAc(table, coefs); });
+            else
+                forEachBlockOfRow(c, y, [&](std::int16_t* coefs) { decodeAcFirst(table, coefs); });
+        }
+    }
+
+    // A row that an end-of-band run covers, with nothing to refine, costs no work: a few bytes can stand for
+    // a scan of a huge picture.
+    bool passRow(unsigned blocks) {
+        if (endOfBandRun_ < blocks || (scan_.ah && *rowHasAc_)) return false;
+        if (!restart_.pass(ceilDivide(blocks, d_.layout.mcusPerRestartStep))) return false;
+        endOfBandRun_ -= blocks;
+        return true;
     }
 
     void decodeAcFirst(const DecodeTable& table, std::int16_t* coefs) {
@@ -89,8 +104,13 @@ class ProgressiveScan {
             k += run;
             if (k >= blockSize) return;
             const int value = valueOf(entry);
-            if (value) coefs[naturalOrder[k]] = static_cast<std::int16_t>(value * (1 << scan_.al));
+            if (value) put(coefs, k, value * (1 << scan_.al));
         }
+    }
+
+    void put(std::int16_t* coefs, unsigned k, int value) {
+        coefs[naturalOrder[k]] = static_cast<std::int16_t>(value);
+        *rowHasAc_ = true;
     }
 
     int valueOf(LookEntry entry) {
@@ -119,14 +139,11 @@ class ProgressiveScan {
                 }
                 const int value = valueOf(entry);
                 k = passZeros(coefs, k, run);
-                if (value && k <= scan_.se) {
-                    const int bit = 1 << scan_.al;
-                    coefs[naturalOrder[k]] = static_cast<std::int16_t>(value > 0 ? bit : -bit);
-                }
+                if (value && k <= scan_.se) put(coefs, k, value > 0 ? 1 << scan_.al : -(1 << scan_.al));
             }
         }
         if (endOfBandRun_ > 0) {
-            passZeros(coefs, k, blockSize);
+            if (hasAc(coefs)) passZeros(coefs, k, blockSize);
             endOfBandRun_--;
         }
     }
@@ -156,12 +173,17 @@ class ProgressiveScan {
     void forEachBlock(unsigned c, Visit visit) {
         const ComponentLayout& layout = d_.layout.components[c];
         const unsigned rows = std::min(layout.blocksDown, coefficients_.down(c));
-        for (unsigned y = 0; y < rows; y++)
-            for (unsigned x = 0; x < layout.blocksAcross; x++) {
-                if (x % d_.layout.mcusPerRestartStep == 0) restartIfDue();
-                visit(coefficients_.block(c, x, y));
-                stopIfCut();
-            }
+        for (unsigned y = 0; y < rows; y++) forEachBlockOfRow(c, y, visit);
+    }
+
+    template <class Visit>
+    void forEachBlockOfRow(unsigned c, unsigned y, Visit visit) {
+        const unsigned across = d_.layout.components[c].blocksAcross;
+        for (unsigned x = 0; x < across; x++) {
+            if (x % d_.layout.mcusPerRestartStep == 0) restartIfDue();
+            visit(coefficients_.block(c, x, y));
+            stopIfCut();
+        }
     }
 
     void restartIfDue() {
@@ -182,6 +204,7 @@ class ProgressiveScan {
     RestartCounter restart_;
     unsigned predictors_[maxComponents] = {};
     unsigned endOfBandRun_ = 0;
+    bool* rowHasAc_ = nullptr;  // of the block row at hand
 };
 
 bool prepareTables(Decoder& d) {

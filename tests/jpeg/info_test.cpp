@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "orn32.h"
+#include "tests/jpeg/stream_builder.h"
+#include "tests/support/guarded.h"
+
+using namespace test;
+
+namespace {
+
+const Bytes soi = {0xFF, 0xD8}, eoi = {0xFF, 0xD9};
+const Bytes sos = segment(0xDA, {3, 1, 0, 2, 0x11, 3, 0x11, 0, 63, 0});
+
+Bytes frame(std::uint8_t marker, std::uint8_t components) {
+    Bytes contents = {8, 0x01, 0x02, 0x03, 0x04, components};
+    for (std::uint8_t i = 1; i <= components; i++)
+        contents = contents + Bytes{i, static_cast<std::uint8_t>(i == 1 ? 0x21 : 0x11), 0};
+    return segment(marker, contents);
+}
+
+// Sources must be readable for 100 bytes.
+Bytes padded(Bytes stream) {
+    stream.resize(std::max<std::size_t>(stream.size(), 100), 0);
+    return stream;
+}
+
+JpegInfoEx infoOf(const Bytes& stream, int wantCode = 0) {
+    const GuardedBytes source(padded(stream));
+    JpegInfoEx info;
+    std::memset(&info, 0xEE, sizeof info);
+    EXPECT_EQ(jpeginfofrombufferex(source.data(), &info), wantCode);
+    return info;
+}
+
+Bytes jfif(std::uint8_t units, std::uint8_t thumbWidth = 0, std::uint8_t thumbHeight = 0) {
+    Bytes contents = {'J', 'F', 'I', 'F', 0, 1, 2, units, 0x01, 0x2C, 0x00, 0x48, thumbWidth, thumbHeight};
+    contents.resize(contents.size() + 3u * thumbWidth * thumbHeight, 0x55);
+    return segment(0xE0, contents);
+}
+
+Bytes jfxx(std::uint8_t kind, std::uint8_t width, std::uint8_t height) {
+    return segment(0xE0, {'J', 'F', 'X', 'X', 0, kind, width, height});
+}
+
+}  // namespace
+
+TEST(JpegInfo, TheRecordsAreTenAndFifteenWordsLong) {
+    EXPECT_EQ(sizeof(JpegInfo), 40u);
+    EXPECT_EQ(sizeof(JpegInfoEx), 60u);
+}
+
+TEST(JpegInfo, ReadsTheFrame) {
+    const GuardedBytes source(padded(soi + frame(0xC2, 3) + sos));
+    JpegInfo info;
+    ASSERT_EQ(jpeginfofrombuffer(source.data(), &info), 0);
+    EXPECT_EQ(info.ftype, 2);
+    EXPECT_EQ(info.width, 0x304u);
+    EXPECT_EQ(info.height, 0x102u);
+    EXPECT_EQ(info.comps, 3u);
+    EXPECT_EQ(info.precision, 8u);
+    EXPECT_EQ(info.sampfac[0], 0x21u);
+    EXPECT_EQ(info.sampfac[2], 0x11u);
+    EXPECT_EQ(info.sampfac[3], 0u);
+    EXPECT_EQ(info.vbitcount, 24u);
+    EXPECT_EQ(infoOf(soi + frame(0xC0, 1) + sos).vbitcount, 8u);
+}
+
+TEST(JpegInfo, KnowsWhichMarkersAreFrames) {
+    for (unsigned code = 0xC0; code <= 0xCF; code++) {
+        const bool isFrame = code <= 0xC3 || (code >= 0xC9 && code <= 0xCB);
+        const JpegInfoEx info = infoOf(soi + frame(static_cast<std::uint8_t>(code), 3) + sos);
+        EXPECT_EQ(info.ftype, isFrame ? static_cast<int>(code & 15) : -1) << std::hex << code;
+    }
+}
+
+TEST(JpegInfo, PassesOverWhatItDoesNotKnow) {
+    const Bytes junk = segment(0xE5, {1, 2, 3}) + Bytes{0, 1, 2} + segment(0xFE, {0xFF, 0xDA}) +
+                       Bytes{0xFF, 0xFF, 0xFF} + Bytes{0xFF, 0x01, 0xFF, 0xD3, 0xFF, 0x00, 0xFF, 0xD8};
+    EXPECT_EQ(infoOf(Bytes{1, 2, 3} + soi + junk + frame(0xC0, 3) + sos).width, 0x304u);
+}
+
+TEST(JpegInfo, NeedsNothingBehindTheScanMarker) {
+    EXPECT_EQ(infoOf(soi + Bytes(96 - 17, 0) + frame(0xC0, 3) + Bytes{0xFF, 0xDA}).ftype, 0);
+    EXPECT_EQ(infoOf(soi + Bytes{0xFF, 0xDA}).ftype, -1);
+}
+
+TEST(JpegInfo, RefusesWithWhatWasFoundSoFar) {
+    struct {
+        const char* flaw;
+        Bytes stream;
+        int detail, type;
+    } const cases[] = {
+        {"no image at the start", eoi + soi + frame(0xC0, 3) + sos, 0, -1},
+        {"fill byte at the start", Bytes{0xFF} + soi + frame(0xC0, 3) + sos, 0, -1},
+        {"end before a scan", soi + frame(0xC0, 3) + eoi, 0, 0},
+        {"no scan", soi + frame(0xC2, 3), -101, 2},
+        {"no markers", Bytes(100, 7), -101, -1},
+        {"segment cut", soi + frame(0xC0, 3) + Bytes{0xFF, 0xE1, 0x40}, -101, 0},
+        {"five components", soi + frame(0xC1, 5) + sos, -106, 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.flaw);
+        EXPECT_EQ(infoOf(c.stream, ERR_BAD_JPEG).ftype, c.type);
+        EXPECT_EQ(jpeggeterror(), c.detail);
+    }
+}
+
+TEST(JpegInfo, ShortBuffersAndMissingFilesAreTold) {
+    const GuardedBytes source(Bytes(99, 0xFF));
+    JpegInfo info = {};
+    EXPECT_EQ(jpeginfofrombuffer(source.data(), &info), ERR_SOURCE_BUFFER);
+    EXPECT_EQ(jpeginfo("no such file.jpg", &info), ERR_OPEN);
+    EXPECT_EQ(jpeginfoW(L"no such file.jpg", &info), ERR_OPEN);
+    JpegInfoEx infoEx;
+    EXPECT_EQ(jpeginfoex("no such file.jpg", &infoEx), ERR_OPEN);
+    EXPECT_EQ(infoEx.ftype, -1);
+    EXPECT_EQ(jpeginfoexW(L"no such file.jpg", &infoEx), ERR_OPEN);
+}
+
+TEST(JpegInfo, DensityInDotsPerCentimetreCountsAsNone) {
+    for (unsigned units = 0; units < 4; units++) {
+        const JpegInfoEx info = infoOf(soi + jfif(static_cast<std::uint8_t>(units)) + frame(0xC0, 3) + sos);
+        EXPECT_EQ(info.xdensity, units < 2 ? 300u : 0u) << units;
+        EXPECT_EQ(info.ydensity, units < 2 ? 72u : 0u) << units;
+        EXPECT_EQ(info.densunits, units < 2 ? units : 0u) << units;
+    }
+}
+
+TEST(JpegInfo, FindsThumbnails) {
+    struct {
+        const char* name;
+        Bytes segments;
+        unsigned found, width, height, bits, kind;
+    } const cases[] = {
+        {"none", jfif(0), 0, 0, 0, 0, 0},
+        {"JFIF", jfif(0, 4, 3), 1, 4, 3, 24, 0x13},
+        {"JFIF without height", jfif(0, 4, 0), 0, 0, 0, 0, 0},
+        {"palette", jfif(0) + jfxx(0x11, 9, 8), 1, 9, 8, 8, 0x11},
+        {"RGB", jfif(0) + jfxx(0x13, 9, 8), 1, 9, 8, 24, 0x13},
+        {"RGB without width", jfif(0) + jfxx(0x13, 0, 8), 0, 0, 8, 24, 0x13},
+        {"JPEG-coded", jfif(0) + jfxx(0x10, 9, 8), 0, 0, 0, 24, 0x10},
+        {"JPEG-coded after JFIF", jfif(0, 4, 3) + jfxx(0x10, 9, 8), 1, 4, 3, 24, 0x10},
+        {"of a kind that does not exist", jfif(0) + jfxx(0x12, 9, 8), 0, 0, 0, 0, 0},
+        {"the first JFIF one counts", jfif(0, 4, 3) + jfif(0, 5, 6), 1, 4, 3, 24, 0x13},
+        {"an extension counts more", jfif(0, 4, 3) + jfxx(0x11, 9, 8), 1, 9, 8, 8, 0x11},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const JpegInfoEx info = infoOf(soi + c.segments + frame(0xC0, 3) + sos);
+        EXPECT_EQ(info.thumbnail, c.found);
+        EXPECT_EQ(info.thumbwidth, c.width);
+        EXPECT_EQ(info.thumbheight, c.height);
+        EXPECT_EQ(info.thumbbits, c.bits);
+        EXPECT_EQ(info.thumbtype, c.kind);
+    }
+}
+
+TEST(JpegInfo, AThumbnailThatDoesNotFitItsSegmentIsNone) {
+    Bytes cut = jfif(0, 40, 30);
+    cut.resize(18);
+    cut[2] = 0;
+    cut[3] = 16;
+    EXPECT_EQ(infoOf(soi + cut + frame(0xC0, 3) + sos).thumbnail, 0u);
+}
+
+// The version's bytes count the wrong way round, and case does not.
+TEST(JpegInfo, AdobeSegmentsCountByTheirVersion) {
+    struct {
+        const char* name;
+        std::uint8_t high, low;
+        bool counts;
+    } const cases[] = {{"Adobe", 0, 100, true},  {"aDOBE", 0, 100, true},   {"Adobf", 0, 100, false},
+                       {"Adobe", 100, 0, false}, {"Adobe", 0, 0x63, false}, {"Adobe", 0, 0x80, true},
+                       {"Adobe", 1, 0x80, false}};
+    Random random(1);
+    for (const auto& c : cases) {
+        CoefPicture picture = makePicture(8, 8, "11,11,11");
+        randomiseBlocks(picture, random, false);
+        StreamPlan plan = oneScan(picture);
+        Bytes contents(c.name, c.name + 5);
+        plan.segments = segment(0xEE, contents + Bytes{c.high, c.low, 0, 0, 0, 0, 0});
+        const GuardedBytes source(encode(picture, plan, random));
+        imgdes image;
+        ASSERT_EQ(allocDIB(&image, 8, 8, 24), 0);
+        ASSERT_EQ(loadjpgfrombuffer(source.data(), &image), 0);
+        const unsigned char* p = image.bits + 7 * image.rowbytes;
+        const unsigned have = static_cast<unsigned>(p[0] | p[1] << 8 | p[2] << 16);
+        const PlainPlanes planes = decodePlainly(picture);
+        EXPECT_EQ(have, plainPixel(planes, c.counts ? Colours::rgb : Colours::ycbcr, 0, 0))
+            << c.name << " " << int{c.high} << "." << int{c.low};
+        freeimage(&image);
+    }
+}

@@ -1,0 +1,86 @@
+// JPEG streams for tests, made from coefficients: any sampling, any cut into scans, Huffman tables of random
+// shape. The tests know what such a stream must decode to without asking the library.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/support/files.h"
+#include "tests/support/random.h"
+
+namespace test {
+
+using Block = std::array<std::int16_t, 64>;  // natural order
+
+struct CoefComponent {
+    unsigned h = 1, v = 1, tq = 0;
+    unsigned across = 0, down = 0;        // blocks, with those that pad the last MCU
+    unsigned ownAcross = 0, ownDown = 0;  // blocks of a scan of the component alone
+    std::vector<Block> blocks;
+
+    Block& at(unsigned x, unsigned y) { return blocks[y * across + x]; }
+    const Block& at(unsigned x, unsigned y) const { return blocks[y * across + x]; }
+};
+
+// A picture as coefficients, before dequantisation.
+struct CoefPicture {
+    unsigned width = 0, height = 0;
+    std::vector<CoefComponent> components;
+    std::array<std::array<std::uint16_t, 64>, 4> quant{};  // natural order
+
+    unsigned hMax() const;
+    unsigned vMax() const;
+};
+
+// sampling: "22,11,11" for H and V of each component.
+CoefPicture makePicture(unsigned width, unsigned height, const std::string& sampling);
+
+// Fills all blocks: empty, sparse and dense ones, as a photograph might have them; wild ones with
+// coefficients that only a hostile encoder would write.
+void randomiseBlocks(CoefPicture& picture, Random& random, bool wild);
+
+struct ScanPlan {
+    std::vector<unsigned> components;
+    unsigned ss = 0, se = 63, ah = 0, al = 0;
+};
+
+struct StreamPlan {
+    bool progressive = false;
+    std::vector<ScanPlan> scans;
+    unsigned restartInterval = 0;
+    int adobeTransform = -1;  // none written
+    bool wideQuant = false;   // 16-bit tables
+    Bytes segments;           // put in behind SOI as they are
+};
+
+// All components in one scan, or each in its own; a typical progressive script of one or several components.
+StreamPlan oneScan(const CoefPicture& picture);
+StreamPlan separateScans(const CoefPicture& picture);
+StreamPlan progressiveScans(const CoefPicture& picture);
+
+// The picture as a stream. The Huffman tables have codes of all lengths, drawn anew for each scan.
+Bytes encode(const CoefPicture& picture, const StreamPlan& plan, Random& random);
+
+// A segment: marker, length, contents.
+Bytes segment(std::uint8_t marker, const Bytes& contents);
+Bytes operator+(Bytes a, const Bytes& b);
+
+// The picture's samples at full size, one plane per component, decoded in the plainest way.
+struct PlainPlanes {
+    unsigned width = 0, height = 0;
+    std::vector<std::vector<std::uint8_t>> planes;
+
+    int at(unsigned c, unsigned x, unsigned y) const { return planes[c][y * width + x]; }
+};
+PlainPlanes decodePlainly(const CoefPicture& picture);
+
+// The inverse transform by its definition, of coefficients times quantisers.
+std::array<std::uint8_t, 64> transformPlainly(const Block& coefs, const std::array<std::uint16_t, 64>& quant);
+
+// A pixel in the destination's order: blue | green << 8 | red << 16, or the grey level.
+enum class Colours { grey, ycbcr, rgb, cmyk, ycck };
+unsigned plainPixel(const PlainPlanes& planes, Colours colours, unsigned x, unsigned y);
+
+}  // namespace test
