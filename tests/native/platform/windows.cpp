@@ -95,6 +95,8 @@ void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection) {
     pageRanges()[static_cast<char*>(block)] = size;
     return block;
 }
+BOOL VirtualLock(void*, UINT) { return TRUE; }
+BOOL VirtualUnlock(void*, UINT) { return TRUE; }
 UINT VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* info, UINT size) {
     const std::lock_guard lock(mapsMutex);
     auto above = pageRanges().upper_bound(static_cast<const char*>(address));
@@ -191,6 +193,23 @@ void EnterCriticalSection(CRITICAL_SECTION* section) { pthread_mutex_lock(static
 void LeaveCriticalSection(CRITICAL_SECTION* section) { pthread_mutex_unlock(static_cast<pthread_mutex_t*>(section->mutex)); }
 void* InterlockedCompareExchangePointer(void** target, void* exchange, void* comparand) {
     return __sync_val_compare_and_swap(target, comparand, exchange);
+}
+
+LONG InterlockedExchangeAdd(LONG volatile* target, LONG value) { return __sync_fetch_and_add(target, value); }
+
+namespace {
+std::mutex listMutex;
+}
+SLIST_ENTRY* InterlockedPushEntrySList(SLIST_HEADER* list, SLIST_ENTRY* entry) {
+    const std::lock_guard lock(listMutex);
+    entry->Next = list->first;
+    return std::exchange(list->first, entry);
+}
+SLIST_ENTRY* InterlockedPopEntrySList(SLIST_HEADER* list) {
+    const std::lock_guard lock(listMutex);
+    SLIST_ENTRY* entry = list->first;
+    if (entry) list->first = entry->Next;
+    return entry;
 }
 
 HMODULE GetModuleHandle(const WCHAR*) { return nullptr; }

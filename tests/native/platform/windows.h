@@ -14,6 +14,7 @@ typedef unsigned char BYTE;
 typedef uint16_t WORD;
 typedef unsigned long DWORD;
 typedef unsigned int UINT;
+typedef unsigned int SIZE_T;
 typedef long LONG;
 typedef wchar_t WCHAR;
 typedef void* LPVOID;
@@ -124,7 +125,12 @@ BOOL IsBadHugeReadPtr(const void* p, UINT count);
 #define PAGE_READWRITE 4
 void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection);
 BOOL VirtualFree(void* address, UINT size, DWORD type);
+BOOL VirtualLock(void* address, UINT size);
+BOOL VirtualUnlock(void* address, UINT size);
 UINT VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* info, UINT size);
+
+#include <malloc.h>
+#define _msize(block) malloc_usable_size(block)
 
 // --- files ---------------------------------------------------------------------------------------------------------
 
@@ -162,6 +168,17 @@ void DeleteCriticalSection(CRITICAL_SECTION*);
 void EnterCriticalSection(CRITICAL_SECTION*);
 void LeaveCriticalSection(CRITICAL_SECTION*);
 void* InterlockedCompareExchangePointer(void** target, void* exchange, void* comparand);
+
+LONG InterlockedExchangeAdd(LONG volatile* target, LONG value);
+
+typedef struct SLIST_ENTRY {
+    struct SLIST_ENTRY* Next;
+} SLIST_ENTRY;
+typedef struct SLIST_HEADER {
+    SLIST_ENTRY* first;
+} SLIST_HEADER;
+SLIST_ENTRY* InterlockedPushEntrySList(SLIST_HEADER* list, SLIST_ENTRY* entry);
+SLIST_ENTRY* InterlockedPopEntrySList(SLIST_HEADER* list);
 
 HMODULE GetModuleHandle(const WCHAR* name);
 DWORD GetCurrentProcessId(void);
