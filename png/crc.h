@@ -1,22 +1,22 @@
-// The checksum of a chunk's type and data: CRC-32, reflected polynomial 0xEDB88320.
+// The checksum of a chunk's type and data: zlib's CRC-32, which takes several words at a time.
 #pragma once
 
-#include <cstddef>
+#include <zlib.h>
+
 #include <cstdint>
 
 namespace orn32::png {
 
-// Takes count more bytes into the register, which starts at 0xFFFFFFFF.
-std::uint32_t updateCrc(std::uint32_t crc, const std::uint8_t* bytes, std::size_t count);
-
 class Crc {
  public:
-    void restart() { register_ = 0xFFFFFFFF; }
-    void add(const std::uint8_t* bytes, std::size_t count) { register_ = updateCrc(register_, bytes, count); }
-    std::uint32_t value() const { return ~register_; }
+    void restart() { value_ = 0; }
+    void add(const std::uint8_t* bytes, std::uint32_t count) {
+        value_ = static_cast<std::uint32_t>(crc32(value_, bytes, count));
+    }
+    std::uint32_t value() const { return value_; }
 
  private:
-    std::uint32_t register_ = 0xFFFFFFFF;
+    std::uint32_t value_ = 0;
 };
 
 }  // namespace orn32::png

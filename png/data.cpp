@@ -1,7 +1,7 @@
 #include "png/data.h"
 
 #include <algorithm>
-#include <utility>
+#include <cstring>
 
 #include "png/detail.h"
 
@@ -19,45 +19,57 @@ void startCrc(Crc& crc) {
 }  // namespace
 
 DataChunks::DataChunks(InputStream& in, const Place& first)
-    : window_(in, windowBytes, MemoryEntry::second), remaining_(first.length), inChunk_(first.known) {
-    if (!window_) throw Failure{ERR_MEMORY};
+    : window_(in, windowBytes, MemoryEntry::second),
+      gathered_(MemoryEntry::second, windowBytes),
+      remaining_(first.length),
+      inChunk_(first.known) {
+    if (!window_ || !gathered_) throw Failure{ERR_MEMORY};
     in.seek(first.position);
     startCrc(crc_);
 }
 
+// Writers cut the data into small chunks; zlib is slower by a twentieth when it is called for each of them.
 std::span<const std::uint8_t> DataChunks::next() {
-    for (;;) {
-        const std::span<const std::uint8_t> bytes = nextOfChunk();
-        if (!bytes.empty() || !inChunk_) return bytes;
-        nextChunk();
+    used_ = ofChunk_ = 0;
+    try {
+        while (inChunk_ && used_ < windowBytes)
+            if (gather(windowBytes - used_) == 0) nextChunk();
+    } catch (const Failure&) {
+        if (used_ == 0) throw;
     }
+    return {gathered_.get(), used_};
 }
 
-void DataChunks::finishChunk() {
-    if (!inChunk_) return;
-    while (!nextOfChunk().empty()) {
-    }
+void DataChunks::finish(std::uint32_t unused) {
+    if (!inChunk_ || unused >= ofChunk_) return;
+    do used_ = 0;
+    while (gather(windowBytes) > 0);
     nextChunk();
 }
 
-std::span<const std::uint8_t> DataChunks::nextOfChunk() {
-    window_.consume(std::exchange(handedOut_, 0));
-    if (!inChunk_ || remaining_ == 0) return {};
-    handedOut_ = std::min(window_.ensure(1), remaining_);
-    if (handedOut_ == 0) fail(shortRead);
-    remaining_ -= handedOut_;
-    crc_.add(window_.data(), handedOut_);
-    return {window_.data(), handedOut_};
+// Takes over what the window has of the current chunk, as far as there is room, and returns how much.
+std::uint32_t DataChunks::gather(std::uint32_t room) {
+    if (remaining_ == 0) return 0;
+    const std::uint32_t n = std::min({window_.ensure(1), remaining_, room});
+    if (n == 0) fail(shortRead);
+    crc_.add(window_.data(), n);
+    std::memcpy(gathered_.get() + used_, window_.data(), n);
+    window_.consume(n);
+    used_ += n;
+    ofChunk_ += n;
+    remaining_ -= n;
+    return n;
 }
 
+// Nothing has changed when this fails, so that it fails again.
 void DataChunks::nextChunk() {
     if (window_.ensure(4) < 4) fail(shortRead);
     if (bigEndian(window_.data()) != crc_.value()) fail(badCrc);
-    window_.consume(4);
-    if (window_.ensure(8) < 8) fail(shortRead);
-    remaining_ = bigEndian(window_.data());
-    inChunk_ = bigEndian(window_.data() + 4) == chunkType("IDAT");
-    window_.consume(8);
+    if (window_.ensure(12) < 12) fail(shortRead);
+    remaining_ = bigEndian(window_.data() + 4);
+    inChunk_ = bigEndian(window_.data() + 8) == chunkType("IDAT");
+    window_.consume(12);
+    ofChunk_ = 0;
     startCrc(crc_);
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 
+#include "core/memory.h"
 #include "io/file_window.h"
 #include "png/chunks.h"
 
@@ -14,20 +15,24 @@ class DataChunks {
     // From the first IDAT's data on; the stream is this object's as long as it lives.
     DataChunks(InputStream& in, const Place& first);
 
-    // The bytes that come next, valid until the next call; none behind the last IDAT. Checksums are compared
-    // as the ends of the chunks are reached.
+    // The bytes that come next, of as many chunks as have room in a buffer: valid until the next call; none
+    // behind the last IDAT. A chunk's checksum is compared when its end is reached. A fault is reported when
+    // there are no bytes in front of it.
     std::span<const std::uint8_t> next();
 
-    // Goes through the rest of the current chunk, for its checksum.
-    void finishChunk();
+    // No more is needed, and of the last bytes handed out not the last `unused`. What is left to do is to go
+    // through the rest of the chunk that holds the last byte used, for its checksum.
+    void finish(std::uint32_t unused);
 
  private:
-    std::span<const std::uint8_t> nextOfChunk();
+    std::uint32_t gather(std::uint32_t room);
     void nextChunk();
 
     FileWindow window_;
-    std::uint32_t handedOut_ = 0;
-    std::uint32_t remaining_;  // of the current chunk, without what was handed out
+    WorkArray<std::uint8_t> gathered_;
+    std::uint32_t used_ = 0;     // of the gathered bytes' room
+    std::uint32_t ofChunk_ = 0;  // bytes among them that are the current chunk's
+    std::uint32_t remaining_;    // of the current chunk, not yet gathered
     bool inChunk_;
     Crc crc_;
 };

@@ -10,8 +10,9 @@ namespace orn32::png {
 // is not above the lesser, the lesser when t is not below the greater, and else up-left. This form has no
 // absolute values and only five steps from left to the result: each pixel waits for the one on its left.
 inline __m128i paethPlus(__m128i x, __m128i left, __m128i up, __m128i upLeft) {
-    const __m128i thrice = _mm_add_epi16(_mm_add_epi16(upLeft, upLeft), upLeft);
-    const __m128i t = _mm_sub_epi16(_mm_sub_epi16(thrice, up), left);
+    __m128i withoutLeft = _mm_sub_epi16(_mm_add_epi16(_mm_add_epi16(upLeft, upLeft), upLeft), up);
+    asm("" : "+x"(withoutLeft));  // or else the compiler regroups the sum, with left at its beginning
+    const __m128i t = _mm_sub_epi16(withoutLeft, left);
     const __m128i lesser = _mm_min_epi16(left, up), greater = _mm_max_epi16(left, up);
     const __m128i aboveLesser = _mm_cmpgt_epi16(t, lesser), belowGreater = _mm_cmpgt_epi16(greater, t);
     const __m128i ifGreater = _mm_andnot_si128(aboveLesser, _mm_add_epi8(greater, x));

@@ -50,7 +50,7 @@ void RowSource::finish() {
     if (available() == 0) refill();
     if (available() > 0) fail(badDataLength);
     if (fault_) throw *fault_;
-    data_.finishChunk();
+    data_.finish(zlib_.avail_in);
 }
 
 // Brings the current row, which is about to be the previous one, and all behind it to the buffer's start.

@@ -11,15 +11,16 @@
 namespace orn32::png {
 namespace {
 
-// Pixels of 3 and 6 bytes are loaded and stored with the bytes behind them.
+// A pixel and bytes behind it, which do no harm: every byte goes its own way.
 template <unsigned step>
 __m128i loadPixel(const std::uint8_t* p) {
     if constexpr (step > 4) return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
-    std::uint32_t pixel = 0;
-    std::memcpy(&pixel, p, step == 3 ? 4 : step);
-    return _mm_cvtsi32_si128(static_cast<int>(pixel));
+    int bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    return _mm_cvtsi32_si128(bytes);
 }
 
+// Pixels of 3 and 6 bytes are stored with the bytes behind them.
 template <unsigned step>
 void storePixelAndMore(std::uint8_t* p, __m128i pixel) {
     if constexpr (step > 4) {
@@ -37,25 +38,33 @@ void storePixel(std::uint8_t* p, __m128i pixel) {
     std::memcpy(p, bytes, step);
 }
 
-// Each turns the filtered pixel x back.
+// Each turns the filtered pixel x back. Pixels are loaded into, and stored from, the form that suits it;
+// start is a pixel of zeros.
 struct Sub {
+    static __m128i start() { return _mm_setzero_si128(); }
     static __m128i load(__m128i pixel) { return pixel; }
+    static __m128i loadUp(__m128i pixel) { return pixel; }
     static __m128i store(__m128i pixel) { return pixel; }
     static __m128i undo(__m128i x, __m128i left, __m128i, __m128i) { return _mm_add_epi8(x, left); }
 };
 
-// SSE2's average rounds up; the filter's rounds down.
+// SSE2's average rounds up and the filter's rounds down, which is the same for complements. So pixels are
+// kept as complements, and left's way to the result is two steps: ~(x + ~a) is a - x.
 struct Average {
+    static __m128i complement(__m128i a) { return _mm_xor_si128(a, _mm_set1_epi8(-1)); }
+    static __m128i start() { return _mm_set1_epi8(-1); }
     static __m128i load(__m128i pixel) { return pixel; }
-    static __m128i store(__m128i pixel) { return pixel; }
+    static __m128i loadUp(__m128i pixel) { return complement(pixel); }
+    static __m128i store(__m128i pixel) { return complement(pixel); }
     static __m128i undo(__m128i x, __m128i left, __m128i up, __m128i) {
-        const __m128i odd = _mm_and_si128(_mm_xor_si128(left, up), _mm_set1_epi8(1));
-        return _mm_add_epi8(_mm_avg_epu8(left, up), _mm_sub_epi8(x, odd));
+        return _mm_sub_epi8(_mm_avg_epu8(left, up), x);
     }
 };
 
 struct Paeth {
+    static __m128i start() { return _mm_setzero_si128(); }
     static __m128i load(__m128i pixel) { return _mm_unpacklo_epi8(pixel, _mm_setzero_si128()); }
+    static __m128i loadUp(__m128i pixel) { return load(pixel); }
     static __m128i store(__m128i pixel) { return _mm_packus_epi16(pixel, pixel); }
     static __m128i undo(__m128i x, __m128i left, __m128i up, __m128i upLeft) {
         return paethPlus(x, left, up, upLeft);
@@ -65,10 +74,10 @@ struct Paeth {
 // Every pixel is loaded before the one in front of it is stored, which may spoil its first bytes.
 template <class Guess, unsigned step, bool firstRow>
 void undoRow(std::uint8_t* row, const std::uint8_t* previous, std::size_t count) {
-    __m128i left = _mm_setzero_si128(), upLeft = left, up = left;
+    __m128i left = Guess::start(), upLeft = left, up = left;
     __m128i x = Guess::load(loadPixel<step>(row));
     const auto turnBack = [&] {
-        if constexpr (!firstRow) up = Guess::load(loadPixel<step>(previous));
+        if constexpr (!firstRow) up = Guess::loadUp(loadPixel<step>(previous));
         left = Guess::undo(x, left, up, upLeft);
         upLeft = up;
     };

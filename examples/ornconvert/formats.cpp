@@ -9,12 +9,14 @@
 namespace ornconvert {
 
 extern const Format bmpFormat;
+extern const Format pngFormat;
 
 namespace {
 
 // One line per format. Content is tried in this order.
 constexpr const Format* allFormats[] = {
     &bmpFormat,
+    &pngFormat,
 };
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "png/crc.h"
 #include "png/swap.h"
 #include "png/unfilter.h"
 #include "tests/png/plain_codec.h"
@@ -143,22 +142,4 @@ TEST(SwapRedAndBlue, ExchangesTheOuterBytesOfEveryPixelAndTouchesNothingElse) {
         for (std::uint32_t i = 0; i < count * 3; i++)
             ASSERT_EQ(to.data()[i], from[i / 3 * 3 + 2 - i % 3]) << count << " pixels, byte " << i;
     }
-}
-
-TEST(Crc, IsThePlainOneAtEveryLengthAndPlace) {
-    Random random(5);
-    for (std::size_t length = 0; length <= 300; length++)
-        for (std::size_t offset = 0; offset < 17; offset++) {
-            const Bytes bytes = random.bytes(length + offset);
-            const GuardedBytes guarded(bytes);
-            Crc crc;
-            const std::size_t half = random.below(static_cast<std::uint32_t>(length) + 1);
-            crc.add(guarded.data() + offset, half);
-            crc.add(guarded.data() + offset + half, length - half);
-            ASSERT_EQ(crc.value(), plainCrc(bytes.data() + offset, length)) << length << " at " << offset;
-        }
-    const Bytes large = random.bytes(100000);
-    Crc crc;
-    crc.add(large.data(), large.size());
-    EXPECT_EQ(crc.value(), plainCrc(large.data(), large.size()));
 }
