@@ -33,6 +33,7 @@ void freeBlock(void* block) noexcept;
 // cannot be had.
 void* allocateGlobal(std::uint64_t size) noexcept;
 void freeGlobal(void* block) noexcept;
+
 // Has the system provide a new block's pages together, before all of it is written: cheaper than a fault for
 // each. Does nothing where the system refuses (a limit on locked memory) or the block is small or of the
 // caller's making.

@@ -10,11 +10,6 @@ void putYcbcr(int y, int cb, int cr, std::uint8_t* pixel) {
     pixel[2] = limited(y + crToRed(cr));
 }
 
-void convertYcbcr(const PlaneRows& rows, unsigned columns, std::uint8_t* out) {
-    for (unsigned x = 0; x < columns; x++, out += 3)
-        putYcbcr(rows.at[0][x], rows.at[1][x] - 128, rows.at[2][x] - 128, out);
-}
-
 void convertYcck(const PlaneRows& rows, unsigned columns, std::uint8_t* out) {
     if (!rows.at[3]) return convertYcbcr(rows, columns, out);
     for (unsigned x = 0; x < columns; x++, out += 3) {

@@ -7,8 +7,9 @@
 
 namespace orn32::jpeg {
 
-// The rows of one line of pixels in each plane. Y, Cb, Cr, or red, green, blue, or C, M, Y; the fourth is
-// K, or null.
+// The rows of one line of pixels in each plane: Y, Cb, Cr, or red, green, blue, or C, M, Y; the fourth is K,
+// or null. Up to rowMargin samples behind the last one may be read.
+constexpr unsigned rowMargin = 16;
 struct PlaneRows {
     const std::uint8_t* at[maxComponents];
 };
@@ -21,6 +22,11 @@ enum class Conversion { ycbcr, copy, cmyk, ycck };
 Conversion chooseConversion(std::uint32_t option, unsigned components, unsigned adobeTransform);
 
 RowConverter rowConverter(Conversion conversion);
+
+void convertYcbcr(const PlaneRows& rows, unsigned columns, std::uint8_t* out);
+
+// The same for planes Cb and Cr that have one sample for two columns.
+void convertYcbcrHalf(const PlaneRows& rows, unsigned columns, std::uint8_t* out);
 
 // What red, green and blue differ from Y by, for x = Cb - 128 or Cr - 128. Rounded toward zero.
 constexpr int crToRed(int x) {

@@ -68,11 +68,13 @@ Eight transform(const Pairs& in) {
 template <int bits, bool upperZero>
 Eight transformLines(const Eight& in) {
     const __m128i zero = _mm_setzero_si128();
-    const auto input = [&](int i) { return upperZero && i >= 4 ? zero : in.at[i]; };
-    const Pairs low = {_mm_unpacklo_epi16(in.at[0], input(4)), _mm_unpacklo_epi16(in.at[2], input(6)),
-                       _mm_unpacklo_epi16(in.at[1], in.at[3]), _mm_unpacklo_epi16(input(5), input(7))};
-    const Pairs high = {_mm_unpackhi_epi16(in.at[0], input(4)), _mm_unpackhi_epi16(in.at[2], input(6)),
-                        _mm_unpackhi_epi16(in.at[1], in.at[3]), _mm_unpackhi_epi16(input(5), input(7))};
+    const auto& line = in.at;
+    const __m128i l4 = upperZero ? zero : line[4], l5 = upperZero ? zero : line[5];
+    const __m128i l6 = upperZero ? zero : line[6], l7 = upperZero ? zero : line[7];
+    const Pairs low = {_mm_unpacklo_epi16(line[0], l4), _mm_unpacklo_epi16(line[2], l6),
+                       _mm_unpacklo_epi16(line[1], line[3]), _mm_unpacklo_epi16(l5, l7)};
+    const Pairs high = {_mm_unpackhi_epi16(line[0], l4), _mm_unpackhi_epi16(line[2], l6),
+                        _mm_unpackhi_epi16(line[1], line[3]), _mm_unpackhi_epi16(l5, l7)};
     const Eight a = transform<bits, upperZero>(low), b = transform<bits, upperZero>(high);
     Eight out;
     for (int i = 0; i < 8; i++) out.at[i] = _mm_packs_epi32(a.at[i], b.at[i]);
@@ -122,9 +124,10 @@ void storeSamples(const Eight& columns, std::uint8_t* out, std::ptrdiff_t stride
 }
 
 // Whether a result of the first pass may have been cut to 16 bits.
+template <int count>
 bool mayBeCut(const Eight& lines) {
     __m128i low = lines.at[0], high = lines.at[0];
-    for (int i = 1; i < 8; i++) {
+    for (int i = 1; i < count; i++) {
         low = _mm_min_epi16(low, lines.at[i]);
         high = _mm_max_epi16(high, lines.at[i]);
     }
@@ -156,22 +159,54 @@ constexpr int firstPassBits = factorBits - passBits, secondPassBits = factorBits
     inverseDctPlain(block, out, stride);
 }
 
+// For blocks whose coefficients lie in the upper left 4 x 4, as most do: half the lines and half the
+// products. firstPass gives all eight results for the four columns, two results to a vector.
+Eight firstPassOf4x4(const std::int16_t* coefs, const std::uint16_t* quant) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i r0 = dequantised(coefs, quant, 0), r1 = dequantised(coefs, quant, 1);
+    const __m128i r2 = dequantised(coefs, quant, 2), r3 = dequantised(coefs, quant, 3);
+    const Pairs columns = {_mm_unpacklo_epi16(r0, zero), _mm_unpacklo_epi16(r2, zero),
+                           _mm_unpacklo_epi16(r1, r3), zero};
+    const Eight sums = transform<firstPassBits, true>(columns);
+    Eight packed;
+    for (int i = 0; i < 4; i++) packed.at[i] = _mm_packs_epi32(sums.at[2 * i], sums.at[2 * i + 1]);
+    return packed;
+}
+
+// From rows, two to a vector, to four columns.
+Eight columnsOf(const Eight& rows) {
+    const auto fourRows = [&](int first, __m128i& left, __m128i& right) {
+        const __m128i even = _mm_unpacklo_epi16(rows.at[first], rows.at[first + 1]);
+        const __m128i odd = _mm_unpackhi_epi16(rows.at[first], rows.at[first + 1]);
+        left = _mm_unpacklo_epi16(even, odd);
+        right = _mm_unpackhi_epi16(even, odd);
+    };
+    __m128i upperLeft, upperRight, lowerLeft, lowerRight;
+    fourRows(0, upperLeft, upperRight);
+    fourRows(2, lowerLeft, lowerRight);
+    return {{_mm_unpacklo_epi64(upperLeft, lowerLeft), _mm_unpackhi_epi64(upperLeft, lowerLeft),
+             _mm_unpacklo_epi64(upperRight, lowerRight), _mm_unpackhi_epi64(upperRight, lowerRight)}};
+}
+
+constexpr unsigned lastOf4x4 = 9;  // in zigzag order, all up to here lie in the upper left 4 x 4
+
 }  // namespace
 
 void inverseDct(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last, std::uint8_t* out,
                 std::ptrdiff_t stride) {
     if (last == 0) {
         fill(static_cast<std::int16_t>(coefs[0] * quant[0]), out, stride);
-        return;
+    } else if (last <= lastOf4x4) {
+        const Eight rows = firstPassOf4x4(coefs, quant);
+        if (mayBeCut<4>(rows)) return transformLarge(coefs, quant, out, stride);
+        storeSamples(transformLines<secondPassBits, true>(columnsOf(rows)), out, stride);
+    } else {
+        Eight rows;
+        for (int i = 0; i < 8; i++) rows.at[i] = dequantised(coefs, quant, i);
+        const Eight lines = transformLines<firstPassBits, false>(rows);
+        if (mayBeCut<8>(lines)) return transformLarge(coefs, quant, out, stride);
+        storeSamples(transformLines<secondPassBits, false>(transpose(lines)), out, stride);
     }
-    Eight rows;
-    for (int i = 0; i < 8; i++) rows.at[i] = dequantised(coefs, quant, i);
-    const Eight lines = transformLines<firstPassBits, false>(rows);
-    if (mayBeCut(lines)) {
-        transformLarge(coefs, quant, out, stride);
-        return;
-    }
-    storeSamples(transformLines<secondPassBits, false>(transpose(lines)), out, stride);
 }
 
 }  // namespace orn32::jpeg

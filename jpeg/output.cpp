@@ -25,26 +25,38 @@ Output::Output(const Headers& headers, const Layout& layout, const imgdes& image
         plane.blockColumns = lastColumn * plane.h / layout.hMax / 8 + 1;
         plane.stride = static_cast<std::ptrdiff_t>(plane.blockColumns) * 8;
         plane.quant = headers.quant[headers.components[c].tq].values;
+        plane.direct = fit == Fit::cut && plane.h == layout.hMax;
     }
+    if (conversion != Conversion::ycbcr || layout.count < 3 || !chromaIsHalf()) return;
+    convert_ = convertYcbcrHalf;
+    planes_[1].direct = planes_[2].direct = true;
+}
+
+bool Output::chromaIsHalf() const {
+    return planes_[0].direct && planes_[1].h * 2 == layout_.hMax && planes_[2].h * 2 == layout_.hMax;
 }
 
 bool Output::allocate() {
     for (unsigned c = 0; c < layout_.count; c++) {
         Plane& plane = planes_[c];
         const std::uint64_t rows = plane.v * 8;
-        plane.samples = {MemoryEntry::first, rows * static_cast<unsigned>(plane.stride)};
+        plane.samples = {MemoryEntry::first, rows * static_cast<unsigned>(plane.stride) + rowMargin};
         plane.columnWanted = {MemoryEntry::first, plane.blockColumns};
-        plane.line = {MemoryEntry::first, size_.width};
-        if (!plane.samples || !plane.columnWanted || !plane.line) return false;
-        markColumns(plane);
+        plane.sampleOf = {MemoryEntry::first, size_.width};
+        plane.line = {MemoryEntry::first, size_.width + rowMargin};
+        if (!plane.samples || !plane.columnWanted || !plane.sampleOf || !plane.line) return false;
+        mapColumns(plane);
     }
     return true;
 }
 
-void Output::markColumns(const Plane& plane) const {
+void Output::mapColumns(const Plane& plane) const {
     std::memset(plane.columnWanted.get(), 0, plane.blockColumns);
-    for (unsigned x = 0; x < size_.width; x++)
-        plane.columnWanted[pictureColumn(x) * plane.h / layout_.hMax / 8] = true;
+    for (unsigned x = 0; x < size_.width; x++) {
+        const unsigned sample = pictureColumn(x) * plane.h / layout_.hMax;
+        plane.sampleOf[x] = static_cast<std::uint16_t>(sample);
+        plane.columnWanted[sample / 8] = true;
+    }
 }
 
 void Output::beginRow(unsigned mcuRow) {
@@ -64,18 +76,25 @@ void Output::beginRow(unsigned mcuRow) {
 // The samples for the shown pixels of a row, out of the plane itself where it has one for each.
 const std::uint8_t* Output::lineOf(Plane& plane, unsigned row, unsigned columns) {
     const std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
-    if (fit_ == Fit::cut && plane.h == layout_.hMax) return samples;
+    if (plane.direct) return samples;
     if (plane.lineRow != row) {
-        for (unsigned x = 0; x < columns; x++)
-            plane.line[x] = samples[pictureColumn(x) * plane.h / layout_.hMax];
+        for (unsigned x = 0; x < columns; x++) plane.line[x] = samples[plane.sampleOf[x]];
         plane.lineRow = row;
     }
     return plane.line.get();
 }
 
-void Output::endRow(unsigned mcus) {
+// The shown columns that lie in the first mcus MCUs.
+unsigned Output::columnsOf(unsigned mcus) const {
+    const unsigned end = mcus * layout_.mcuWidth;
+    if (end >= width_ || pictureColumn(size_.width - 1) < end) return size_.width;
     unsigned columns = 0;
-    while (columns < size_.width && pictureColumn(columns) < mcus * layout_.mcuWidth) columns++;
+    while (pictureColumn(columns) < end) columns++;
+    return columns;
+}
+
+void Output::endRow(unsigned mcus) {
+    const unsigned columns = columnsOf(mcus);
     for (; nextRow_ < size_.height; nextRow_++) {
         const unsigned row = pictureRow(nextRow_) - firstRow_;
         if (row >= layout_.mcuHeight) break;

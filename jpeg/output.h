@@ -48,9 +48,11 @@ class Output {
         const std::uint16_t* quant;
         WorkArray<std::uint8_t> samples;
         WorkArray<std::uint8_t> columnWanted;  // per block column: whether any of its samples is shown
+        WorkArray<std::uint16_t> sampleOf;     // per shown column: the sample it is taken from
         WorkArray<std::uint8_t> line;          // a row of samples, one for each pixel shown
         bool rowWanted[maxComponents];         // per block row of the MCU
         unsigned lineRow;                      // row of samples that line holds
+        bool direct;                           // rows of samples are used as they are
     };
     static constexpr unsigned noRow = ~0u;
 
@@ -58,7 +60,9 @@ class Output {
     unsigned pictureColumn(unsigned x) const { return fit_ == Fit::cut ? x : x * width_ / size_.width; }
     unsigned pictureRow(unsigned y) const { return fit_ == Fit::cut ? y : y * height_ / size_.height; }
 
-    void markColumns(const Plane& plane) const;
+    void mapColumns(const Plane& plane) const;
+    bool chromaIsHalf() const;
+    unsigned columnsOf(unsigned mcus) const;
     const std::uint8_t* lineOf(Plane& plane, unsigned row, unsigned columns);
 
     const Layout& layout_;

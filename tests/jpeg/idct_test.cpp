@@ -1,0 +1,71 @@
+// The fast transform against the plain one, for blocks of every kind.
+#include <gtest/gtest.h>
+
+#include "jpeg/idct.h"
+#include "tests/jpeg/stream_builder.h"
+
+using namespace test;
+using orn32::jpeg::naturalOrder;
+
+namespace {
+
+struct alignas(16) Input {
+    Block coefs{};
+    std::array<std::uint16_t, 64> quant{};
+};
+
+// Coefficients up to index last in zigzag order, of at most the given magnitude after dequantisation.
+Input randomInput(Random& random, unsigned last, int magnitude) {
+    Input input;
+    for (auto& q : input.quant) q = static_cast<std::uint16_t>(1 + random.below(255));
+    for (unsigned k = 0; k <= last; k++) {
+        if (!random.oneIn(3)) continue;
+        const unsigned i = naturalOrder[k];
+        const int range = magnitude / input.quant[i];
+        input.coefs[i] = static_cast<std::int16_t>(random.between(-range, range));
+    }
+    return input;
+}
+
+void expectSame(const Input& input, unsigned last) {
+    std::uint8_t have[8 * 11];
+    std::fill(std::begin(have), std::end(have), std::uint8_t{0xA5});
+    orn32::jpeg::inverseDct(input.coefs.data(), input.quant.data(), last, have, 11);
+    const auto want = transformPlainly(input.coefs, input.quant);
+    for (unsigned y = 0; y < 8; y++)
+        for (unsigned x = 0; x < 11; x++)
+            ASSERT_EQ(have[11 * y + x], x < 8 ? want[8 * y + x] : 0xA5) << x << "," << y << " last " << last;
+}
+
+}  // namespace
+
+TEST(JpegIdct, IsExactForCoefficientsOfAnySize) {
+    Random random(1);
+    for (const int magnitude : {100, 1024, 3000, 9000, 32767, 1 << 22})
+        for (unsigned last = 0; last < 64; last++)
+            for (int round = 0; round < 40; round++) {
+                expectSame(randomInput(random, last, std::min(magnitude, 32767 * 255)), last);
+                if (HasFatalFailure()) return;
+            }
+}
+
+TEST(JpegIdct, SingleCoefficientsAtTheirExtremes) {
+    for (unsigned k = 0; k < 64; k++)
+        for (const int value : {-32768, -32767, -8192, -1024, -1, 1, 1023, 4095, 5793, 5794, 32767}) {
+            Input input;
+            input.quant.fill(1);
+            input.coefs[naturalOrder[k]] = static_cast<std::int16_t>(value);
+            for (unsigned last = k; last < 64; last += 7) expectSame(input, last);
+            if (HasFatalFailure()) return;
+        }
+}
+
+TEST(JpegIdct, EveryDcValue) {
+    Input input;
+    input.quant.fill(1);
+    for (int dc = -32768; dc < 32768; dc++) {
+        input.coefs[0] = static_cast<std::int16_t>(dc);
+        expectSame(input, 0);
+        if (HasFatalFailure()) return;
+    }
+}
