@@ -17,7 +17,7 @@ class BitCursor {
     explicit BitCursor(std::uint8_t* at) : next_(at) {}
 
     // Appends the lowest count bits, at most 27 of them; the bits above must be 0.
-    void put(std::uint32_t bits, unsigned count) {
+    [[gnu::always_inline]] void put(std::uint32_t bits, unsigned count) {
         if (count < free_) {
             accumulator_ = accumulator_ << count | bits;
             free_ -= count;
@@ -31,7 +31,7 @@ class BitCursor {
     // Fills the last byte with 1 bits and stores what is left; the cursor starts anew behind it.
     void pad() {
         put(0x7F, 7);
-        for (unsigned left = 32 - free_; left >= 8; left -= 8) storeByte(accumulator_ >> (left - 8));
+        for (unsigned left = 32 - free_; left >= 8; left -= 8) next_ = storeByte(next_, accumulator_ >> (left - 8));
         free_ = 32;
     }
 
@@ -39,14 +39,19 @@ class BitCursor {
     void rewind(std::uint8_t* to) { next_ = to; }
 
  private:
-    void storeByte(std::uint32_t byte) {
-        *next_++ = static_cast<std::uint8_t>(byte);
-        if ((byte & 0xFF) == 0xFF) *next_++ = 0;
+    static std::uint8_t* storeByte(std::uint8_t* to, std::uint32_t byte) {
+        *to++ = static_cast<std::uint8_t>(byte);
+        if ((byte & 0xFF) == 0xFF) *to++ = 0;
+        return to;
+    }
+    [[gnu::noinline]] static std::uint8_t* storeStuffed(std::uint8_t* to, std::uint32_t word) {
+        for (unsigned shift = 32; shift > 0; shift -= 8) to = storeByte(to, word >> (shift - 8));
+        return to;
     }
     void storeWord(std::uint32_t word) {
         const std::uint32_t inverse = ~word;  // a byte of 0 in it?
         if ((inverse - 0x01010101u) & word & 0x80808080u) [[unlikely]] {
-            for (unsigned shift = 32; shift > 0; shift -= 8) storeByte(word >> (shift - 8));
+            next_ = storeStuffed(next_, word);
             return;
         }
         const std::uint32_t bigEndian = __builtin_bswap32(word);

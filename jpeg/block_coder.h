@@ -4,6 +4,8 @@
 // coding procedure is written once, for any sink.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <bit>
 #include <cstdint>
 
@@ -18,17 +20,39 @@ struct NonzeroMask {
     std::uint32_t low, high;
 };
 
-// From bits in natural order to bits in zigzag order.
-NonzeroMask inZigzagOrder(std::uint64_t natural);
+// For each row in natural order and each pattern of its bits: the bits in zigzag order.
+struct ZigzagTable {
+    std::uint64_t bits[8][256];
+};
+extern const ZigzagTable zigzagTable;
+
+// From eight rows of bits in natural order to zigzag order.
+inline NonzeroMask inZigzagOrder(const std::uint8_t (&natural)[8]) {
+    const auto row = [&](unsigned y) {
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&zigzagTable.bits[y][natural[y]]));
+    };
+    const auto rows = [&](unsigned y) { return _mm_or_si128(row(y), row(y + 1)); };
+    const __m128i sum = _mm_or_si128(_mm_or_si128(rows(0), rows(2)), _mm_or_si128(rows(4), rows(6)));
+    NonzeroMask mask;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&mask), sum);
+    return mask;
+}
 
 struct SymbolWriter {
     BitCursor& bits;
     const HuffmanCodes& codes;
 
     // further must fit the count in the symbol's low four bits.
-    void put(unsigned symbol, std::uint32_t further) {
+    [[gnu::always_inline]] void put(unsigned symbol, std::uint32_t further) {
         const std::uint32_t entry = codes.entry[symbol];
         bits.put(entry >> 5 | further, entry & 31);
+    }
+
+    // A value behind a run of up to 15 zeros.
+    [[gnu::always_inline]] void putValue(unsigned zeros, int value) {
+        const std::uint32_t* entries = value < 0 ? codes.entryOfNegative : codes.entry;
+        const std::uint32_t entry = entries[zeros << 4 | sizeOf(value)];
+        bits.put((entry >> 5) + static_cast<std::uint32_t>(value), entry & 31);
     }
 };
 
@@ -36,19 +60,7 @@ struct SymbolCounter {
     SymbolCounts& counts;
 
     void put(unsigned symbol, std::uint32_t) { counts.count[symbol]++; }
-};
-
-// A value as T.81 codes it: how many bits its magnitude has, and these bits, inverted for negative values.
-struct Magnitude {
-    unsigned size;
-    std::uint32_t bits;
-
-    explicit Magnitude(int value) {
-        const int sign = value >> 31;
-        const auto absolute = static_cast<std::uint32_t>((value ^ sign) - sign);
-        size = static_cast<unsigned>(std::bit_width(absolute));
-        bits = static_cast<std::uint32_t>(value + sign) & ((1u << size) - 1);
-    }
+    void putValue(unsigned zeros, int value) { counts.count[zeros << 4 | sizeOf(value)]++; }
 };
 
 constexpr unsigned endOfBlock = 0x00;
@@ -56,29 +68,25 @@ constexpr unsigned sixteenZeros = 0xF0;
 
 // Visits the set bits of a mask from position 0 upwards.
 template <class Visit>
-inline void forEachBit(NonzeroMask mask, Visit visit) {
-    for (std::uint32_t m = mask.low; m; m &= m - 1) visit(static_cast<unsigned>(std::countr_zero(m)));
-    for (std::uint32_t m = mask.high; m; m &= m - 1) visit(static_cast<unsigned>(std::countr_zero(m)) + 32);
+[[gnu::always_inline]] inline void forEachBit(NonzeroMask mask, Visit visit) {
+    std::uint32_t bits = mask.low;
+    for (unsigned first = 0;; first = 32, bits = mask.high) {
+        for (; bits; bits &= bits - 1) visit(first + static_cast<unsigned>(std::countr_zero(bits)));
+        if (first) return;
+    }
 }
 
-template <class Sink>
-inline void codeDcDifference(Sink sink, int difference) {
-    const Magnitude m(difference);
-    sink.put(m.size, m.bits);
-}
-
-// Codes the 63 AC coefficients; at(k) is the one at zigzag position k.
-template <class Sink, class At>
-inline void codeAc(Sink sink, NonzeroMask nonzero, At at) {
+// Codes the 63 AC coefficients; block.at(k) is the one at zigzag position k.
+template <class Sink, class Block>
+[[gnu::always_inline]] inline void codeAc(Sink sink, Block block) {
     unsigned previous = 0;
-    nonzero.low &= ~1u;
-    forEachBit(nonzero, [&](unsigned k) {
-        unsigned zeros = k - previous - 1;
-        for (; zeros > 15; zeros -= 16) sink.put(sixteenZeros, 0);
-        const Magnitude m(at(k));
-        sink.put(zeros << 4 | m.size, m.bits);
-        previous = k;
-    });
+    forEachBit(
+        {block.nonzero.low & ~1u, block.nonzero.high}, [&](unsigned k) __attribute__((always_inline)) {
+            unsigned zeros = k - previous - 1;
+            for (; zeros > 15; zeros -= 16) sink.put(sixteenZeros, 0);
+            sink.putValue(zeros, block.at(k));
+            previous = k;
+        });
     if (previous != 63) sink.put(endOfBlock, 0);
 }
 

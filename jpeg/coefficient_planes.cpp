@@ -24,7 +24,7 @@ void CoefficientPlanes::store(int component, unsigned column, unsigned row, cons
     const std::size_t i = std::size_t{row} * plane.columns + column;
     std::int16_t* to = plane.coefficients.get() + i * blockSize;
     to[0] = block.coefficients[0];
-    forEachBit(block.nonzero, [&](unsigned k) { to[k] = block.coefficients[naturalOrder[k]]; });
+    forEachBit(block.nonzero, [&](unsigned k) { to[k] = static_cast<std::int16_t>(block.at(k)); });
     plane.nonzero[i] = block.nonzero;
 }
 

@@ -1,35 +1,35 @@
-// From pixels to samples: rows of blue, green, red to rows of Y, Cb, Cr; colour at half the resolution.
+// From pixels to samples: two rows of blue, green, red to two rows of Y and one each of Cb and Cr, which have
+// half the resolution both ways.
 #pragma once
 
 #include <cstdint>
 
-#include "core/platform.h"
-
 namespace orn32::jpeg {
 
-// One row of each component.
-struct YccRow {
-    std::uint8_t* y;
+struct PixelRows {
+    const std::uint8_t* upper;
+    const std::uint8_t* lower;
+};
+
+struct SampleRows {
+    std::uint8_t* upperY;
+    std::uint8_t* lowerY;
     std::uint8_t* cb;
     std::uint8_t* cr;
 };
 
-// Converts a row of width pixels, 3 bytes each.
-void convertRow(const YccRow& to, const std::uint8_t* pixels, unsigned width);
+// Room for this many pixels more than a row has is needed behind rows of samples (for colour: half as many).
+constexpr unsigned sampleSlack = 32;
 
-// The same for palette indices: every entry is converted once.
-class PaletteConverter {
- public:
-    // Entries beyond the image's palette are black.
-    explicit PaletteConverter(const RGBQUAD* palette, unsigned entries);
-    void convertRow(const YccRow& to, const std::uint8_t* indices, unsigned width) const;
+// Converts rows of width pixels; the last one is repeated up to the next multiple of 16 at least. Cb and Cr
+// are means of 2 x 2, where those that lie halfway are rounded down at even and up at odd columns, so that no
+// bias adds up.
+using ConvertRows = void (*)(const SampleRows& to, const PixelRows& from, unsigned width);
 
- private:
-    std::uint8_t y_[256], cb_[256], cr_[256];
-};
+void convertRowsSse2(const SampleRows& to, const PixelRows& from, unsigned width);
+void convertRowsAvx2(const SampleRows& to, const PixelRows& from, unsigned width);
 
-// Halves two neighbouring rows of width samples, a multiple of 16, into one: means of 2 x 2, which are
-// rounded down at even and up at odd columns where they lie halfway, so that no bias adds up.
-void halveRows(std::uint8_t* to, const std::uint8_t* upper, const std::uint8_t* lower, unsigned width);
+// The faster of them that this processor can run.
+ConvertRows bestConvertRows();
 
 }  // namespace orn32::jpeg

@@ -14,13 +14,10 @@ void fill(CoefficientPlanes& planes, McuRow& samples, const EncodeFrame& frame) 
     const McuTransform transform(frame);
     for (unsigned row = 0; row < frame.mcuRows(); row++) {
         samples.load(row);
-        for (unsigned column = 0; column < frame.mcusPerRow(); column++)
-            transform.forEachBlock(samples, column,
-                                   [&](const BlockPlace& place, const QuantisedBlock& block) {
-                                       const Component& component = frame.components[place.component];
-                                       planes.store(place.component, column * component.h + place.x,
-                                                    row * component.v + place.y, block);
-                                   });
+        transform.forEachBlock(samples, [&](const BlockPlace& place, const QuantisedBlock& block) {
+            planes.store(place.component, place.column, row * frame.components[place.component].v + place.row,
+                         block);
+        });
     }
 }
 

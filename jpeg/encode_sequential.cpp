@@ -12,13 +12,12 @@ struct ComponentCodes {
     explicit ComponentCodes(unsigned table) : dc(standardDc[table]), ac(standardAc[table]) {}
 };
 
-void writeBlock(BitWriter& writer, ComponentCodes& codes, int& predictor, const QuantisedBlock& block) {
+void writeBlock(BitWriter& writer, ComponentCodes& codes, int& predictor, QuantisedBlock block) {
     writer.reserve();
     BitCursor bits = writer.cursor();
-    codeDcDifference(SymbolWriter{bits, codes.dc}, block.dc() - predictor);
+    SymbolWriter{bits, codes.dc}.putValue(0, block.dc() - predictor);
     predictor = block.dc();
-    codeAc(SymbolWriter{bits, codes.ac}, block.nonzero,
-           [&](unsigned k) { return block.coefficients[naturalOrder[k]]; });
+    codeAc(SymbolWriter{bits, codes.ac}, block);
     writer.setCursor(bits);
 }
 
@@ -33,11 +32,9 @@ int encodeSequential(OutputStream& out, const EncodeFrame& frame, const imgdes& 
     int predictors[3] = {};
     for (unsigned row = 0; row < frame.mcuRows(); row++) {
         samples.load(row);
-        for (unsigned column = 0; column < frame.mcusPerRow(); column++)
-            transform.forEachBlock(
-                samples, column, [&](const BlockPlace& place, const QuantisedBlock& block) {
-                    writeBlock(writer, codes[place.component > 0], predictors[place.component], block);
-                });
+        transform.forEachBlock(samples, [&](const BlockPlace& place, const QuantisedBlock& block) {
+            writeBlock(writer, codes[place.component > 0], predictors[place.component], block);
+        });
     }
     return writer.finish() ? 0 : out.status();
 }

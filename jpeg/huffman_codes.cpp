@@ -30,7 +30,7 @@ const HuffmanSpec standardAc[2] = {
       0xD3, 0xD4, 0xD5, 0xD6, 0xD7, 0xD8, 0xD9, 0xDA, 0xE2, 0xE3, 0xE4, 0xE5, 0xE6, 0xE7, 0xE8, 0xE9, 0xEA,
       0xF2, 0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA}}};
 
-HuffmanCodes::HuffmanCodes(const HuffmanSpec& spec) : entry{} {
+HuffmanCodes::HuffmanCodes(const HuffmanSpec& spec) : entry{}, entryOfNegative{} {
     std::uint32_t code = 0;
     unsigned next = 0;
     for (unsigned length = 1; length <= 16; length++, code <<= 1) {
@@ -38,6 +38,7 @@ HuffmanCodes::HuffmanCodes(const HuffmanSpec& spec) : entry{} {
             const unsigned symbol = spec.values[next++];
             const unsigned further = symbol & 15;
             entry[symbol] = code++ << (further + 5) | (length + further);
+            entryOfNegative[symbol] = entry[symbol] | ((1u << further) - 1) << 5;
         }
     }
 }

@@ -24,23 +24,22 @@ class McuRow {
     const std::uint8_t* block(int component, unsigned column, unsigned row) const {
         return planes_[component] + row * 8 * stride(component) + column * 8;
     }
-    std::size_t stride(int component) const { return component == 0 ? width_ : width_ / 2; }
+    std::size_t stride(int component) const { return component == 0 ? stride_ : stride_ / 2; }
 
  private:
     void loadGrey(unsigned top);
     void loadColour(unsigned top);
-    void convert(unsigned y, const YccRow& to) const;
-    void extend(std::uint8_t* row) const;
-    unsigned clampedRow(unsigned y) const { return y < frame_.size.height ? y : frame_.size.height - 1; }
+    const std::uint8_t* pixels(unsigned y, std::uint8_t* expanded) const;
 
     const EncodeFrame& frame_;
     AreaRows rows_;
     bool indexed_;
-    PaletteConverter palette_;
-    std::size_t width_;  // up to the end of the last MCU
+    std::uint8_t palette_[256][3];  // of a colour palette image: blue, green, red
+    ConvertRows convertRows_ = bestConvertRows();
+    std::size_t stride_;  // of the first component; enough for its last MCU and the slack of the conversion
     WorkArray<std::uint8_t> memory_;
     std::uint8_t* planes_[3];
-    std::uint8_t* colourRows_[4];  // Cb and Cr of two pixel rows before they are halved
+    std::uint8_t* expanded_[2];  // rows of a palette image as pixels
 };
 
 }  // namespace orn32::jpeg

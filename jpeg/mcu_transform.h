@@ -1,52 +1,68 @@
-// From the samples of an MCU to its quantised blocks, in the order in which an interleaved scan has them.
+// From the samples of a row of MCUs to its quantised blocks, in the order in which an interleaved scan has
+// them.
 #pragma once
 
 #include "jpeg/block_coder.h"
+#include "jpeg/block_transform.h"
 #include "jpeg/encode_frame.h"
-#include "jpeg/fdct.h"
 #include "jpeg/mcu_row.h"
-#include "jpeg/quantise.h"
 
 namespace orn32::jpeg {
 
 struct QuantisedBlock {
-    std::int16_t coefficients[64];  // in natural order
-    NonzeroMask nonzero;            // in zigzag order
+    const std::int16_t* coefficients;  // in natural order
+    NonzeroMask nonzero;               // in zigzag order
 
     int dc() const { return coefficients[0]; }
+    int at(unsigned k) const { return coefficients[naturalOrder[k]]; }
 };
 
-// Which of an MCU's blocks it is: its component, and its place among the MCU's blocks of that component.
+// A block's component, and its place among the component's blocks of the MCU row.
 struct BlockPlace {
     int component;
-    unsigned x, y;
+    unsigned column, row;
 };
 
 class McuTransform {
  public:
     explicit McuTransform(const EncodeFrame& frame)
-        : frame_(frame), quantisers_{Quantiser(frame.quantisation[0]), Quantiser(frame.quantisation[1])} {}
+        : frame_(frame),
+          quantisers_{Quantiser(frame.quantisation[0]), Quantiser(frame.quantisation[1])},
+          transform_(bestTransformBlocks()) {}
 
-    // Calls visit(place, block) for every block of the MCU in the given column of the row.
+    // Calls visit(place, block) for every block of the row.
     template <class Visit>
-    void forEachBlock(const McuRow& samples, unsigned mcu, Visit visit) const {
-        for (int c = 0; c < frame_.componentCount; c++) {
-            const Component& component = frame_.components[c];
-            for (unsigned y = 0; y < component.v; y++) {
-                for (unsigned x = 0; x < component.h; x++) {
-                    QuantisedBlock block;
-                    forwardDct(samples.block(c, mcu * component.h + x, y), samples.stride(c),
-                               block.coefficients);
-                    block.nonzero = inZigzagOrder(quantise(block.coefficients, quantisers_[component.tq]));
-                    visit(BlockPlace{c, x, y}, block);
-                }
-            }
+    void forEachBlock(const McuRow& samples, Visit visit) const {
+        const unsigned mcus = frame_.mcusPerRow();
+        if (frame_.grey()) {
+            for (unsigned mcu = 0; mcu < mcus; mcu += 2)
+                visitPair(samples, {0, mcu, 0}, {0, mcu + 1 < mcus ? mcu + 1 : mcu, 0}, visit);
+            return;
+        }
+        for (unsigned mcu = 0; mcu < mcus; mcu++) {
+            visitPair(samples, {0, 2 * mcu, 0}, {0, 2 * mcu + 1, 0}, visit);
+            visitPair(samples, {0, 2 * mcu, 1}, {0, 2 * mcu + 1, 1}, visit);
+            visitPair(samples, {1, mcu, 0}, {2, mcu, 0}, visit);
         }
     }
 
  private:
+    // Two blocks with the same quantisation; or one, given twice.
+    template <class Visit>
+    void visitPair(const McuRow& samples, const BlockPlace& first, const BlockPlace& second,
+                   Visit& visit) const {
+        const auto at = [&](const BlockPlace& p) { return samples.block(p.component, p.column, p.row); };
+        TransformedPair pair;
+        transform_(at(first), at(second), samples.stride(first.component),
+                   quantisers_[frame_.components[first.component].tq], pair);
+        visit(first, QuantisedBlock{pair.coefficients[0], inZigzagOrder(pair.nonzero[0])});
+        if (at(first) == at(second)) return;
+        visit(second, QuantisedBlock{pair.coefficients[1], inZigzagOrder(pair.nonzero[1])});
+    }
+
     const EncodeFrame& frame_;
     Quantiser quantisers_[2];
+    TransformBlocks transform_;
 };
 
 }  // namespace orn32::jpeg

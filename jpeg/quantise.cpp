@@ -1,7 +1,5 @@
 #include "jpeg/quantise.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <bit>
 
@@ -48,28 +46,6 @@ Quantiser::Quantiser(const QuantisationTable& table) {
         reciprocal[i] = static_cast<std::uint16_t>(((1u << (16 + shift)) + divisor - 1) / divisor);
         scale[i] = static_cast<std::uint16_t>(1u << (16 - shift));
     }
-}
-
-std::uint64_t quantise(std::int16_t* coefficients, const Quantiser& quantiser) {
-    const auto load = [](const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); };
-    const auto row = [&](unsigned i) {
-        const __m128i c = load(coefficients + i);
-        const __m128i sign = _mm_srai_epi16(c, 15);
-        __m128i m = _mm_sub_epi16(_mm_xor_si128(c, sign), sign);
-        m = _mm_add_epi16(m, load(quantiser.half + i));
-        m = _mm_mulhi_epu16(m, load(quantiser.reciprocal + i));
-        m = _mm_mulhi_epu16(m, load(quantiser.scale + i));
-        m = _mm_sub_epi16(_mm_xor_si128(m, sign), sign);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(coefficients + i), m);
-        return m;
-    };
-    std::uint64_t nonzero = 0;
-    for (unsigned i = 0; i < 64; i += 16) {
-        const __m128i values = _mm_packs_epi16(row(i), row(i + 8));
-        const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(values, _mm_setzero_si128()));
-        nonzero |= std::uint64_t{static_cast<std::uint16_t>(~zeros)} << i;
-    }
-    return nonzero;
 }
 
 }  // namespace orn32::jpeg

@@ -24,8 +24,4 @@ struct Quantiser {
     explicit Quantiser(const QuantisationTable& table);
 };
 
-// Replaces 64 coefficients by their quantised values, rounded to nearest, halves away from zero. Returns
-// which are not zero: bit n stands for coefficient n.
-std::uint64_t quantise(std::int16_t* coefficients, const Quantiser& quantiser);
-
 }  // namespace orn32::jpeg

@@ -71,11 +71,9 @@ class ScanCoder {
         forEachMcuBlock([&](int c, const StoredBlock& block) {
             const int dc = block.dc() >> scan_.al;
             pass_.beginBlock();
-            codeDcDifference(pass_.dc(frame_.components[c].td), dc - predictors[c]);
+            pass_.dc(frame_.components[c].td).putValue(0, dc - predictors[c]);
             predictors[c] = dc;
-            if (withAc)
-                codeAc(pass_.ac(frame_.components[c].ta), block.nonzero,
-                       [&](unsigned k) { return block.at(k); });
+            if (withAc) codeAc(pass_.ac(frame_.components[c].ta), block);
         });
     }
 
@@ -123,8 +121,7 @@ class ScanCoder {
             run.end();
             unsigned zeros = k - next;
             for (; zeros > 15; zeros -= 16) sink.put(sixteenZeros, 0);
-            const Magnitude m(value);
-            sink.put(zeros << 4 | m.size, m.bits);
+            sink.putValue(zeros, value);
             next = k + 1;
         });
         if (next <= scan_.se) run.extend();

@@ -106,12 +106,14 @@ TEST(HuffmanCodes, StandardTablesHaveThePublishedCodes) {
 
 TEST(NonzeroMask, GoesFromNaturalToZigzagOrder) {
     Random random(2);
-    for (int round = 0; round < 1000; round++) {
-        const std::uint64_t natural =
-            round < 64 ? std::uint64_t{1} << round : std::uint64_t{random.next()} << 32 | random.next();
+    for (unsigned round = 0; round < 1000; round++) {
+        std::uint8_t natural[8] = {};
+        for (auto& row : natural) row = round < 64 ? 0 : random.byte();
+        if (round < 64) natural[round / 8] = static_cast<std::uint8_t>(1 << round % 8);
         const NonzeroMask mask = inZigzagOrder(natural);
         for (unsigned k = 0; k < 64; k++)
-            ASSERT_EQ((k < 32 ? mask.low >> k : mask.high >> (k - 32)) & 1, natural >> naturalOrder[k] & 1)
+            ASSERT_EQ((k < 32 ? mask.low >> k : mask.high >> (k - 32)) & 1,
+                      natural[naturalOrder[k] / 8] >> naturalOrder[k] % 8 & 1)
                 << k;
     }
 }

@@ -3,83 +3,94 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "core/cpu.h"
+#include "jpeg/block_transform.h"
 #include "jpeg/colour_convert.h"
-#include "jpeg/fdct.h"
 #include "jpeg/quantise.h"
 #include "tests/jpeg/plain_encoder.h"
 #include "tests/support/guarded.h"
 #include "tests/support/random.h"
 
+using namespace orn32;
 using namespace orn32::jpeg;
 using namespace test;
 
 namespace {
 
-void expectSameTransform(const Bytes& samples, const std::string& what) {
-    int plainSamples[64], want[64];
-    std::int16_t have[64];
-    for (unsigned i = 0; i < 64; i++) plainSamples[i] = samples[i];
-    transformPlainly(plainSamples, want);
-    forwardDct(samples.data(), 8, have);
-    for (int i = 0; i < 64; i++) ASSERT_EQ(have[i], want[i]) << what << ", coefficient " << i;
+using Variants = std::vector<std::pair<const char*, TransformBlocks>>;
+
+// Every variant that this processor can run.
+Variants transforms() {
+    Variants all = {{"SSE2", transformBlocksSse2}};
+    if (hasAvx2()) all.push_back({"AVX2", transformBlocksAvx2});
+    return all;
+}
+
+QuantisationTable tableOfOnes() {
+    return quantisationTable(100, false);  // 8 throughout: coefficients come out rounded to their true size
+}
+
+int dividePlainly(int c, int q) {
+    const int m = std::abs(c) + q / 2, magnitude = m < q ? 0 : m / q;
+    return c < 0 ? -magnitude : magnitude;
+}
+
+// Two blocks side by side in rows of 16 samples.
+void expectSameTransform(const Bytes& samples, const QuantisationTable& table, const std::string& what) {
+    for (const auto& [name, transform] : transforms()) {
+        TransformedPair have;
+        transform(samples.data(), samples.data() + 8, 16, Quantiser(table), have);
+        for (unsigned b = 0; b < 2; b++) {
+            int block[64], coefficients[64];
+            for (unsigned i = 0; i < 64; i++) block[i] = samples[i / 8 * 16 + b * 8 + i % 8];
+            transformPlainly(block, coefficients);
+            for (unsigned i = 0; i < 64; i++) {
+                const int want = dividePlainly(coefficients[i], table.value[i]);
+                ASSERT_EQ(have.coefficients[b][i], want)
+                    << name << ", " << what << ", block " << b << ", " << i;
+                ASSERT_EQ(have.nonzero[b][i / 8] >> i % 8 & 1, want != 0)
+                    << name << ", " << what << ", " << i;
+            }
+        }
+    }
 }
 
 }  // namespace
 
-TEST(ForwardDct, EqualsTheFlowGraphForRandomBlocks) {
+TEST(BlockTransform, EqualsTheFlowGraphAndDivisionForRandomBlocks) {
     Random random(1);
     for (int round = 0; round < 20000; round++) {
-        Bytes samples = random.bytes(64);
+        Bytes samples = random.bytes(128);
         if (round % 2)  // only extremes: the largest sums
             for (auto& s : samples) s = s & 1 ? 255 : 0;
-        expectSameTransform(samples, "round " + std::to_string(round));
+        const int quality = round % 3 ? 100 : random.between(1, 100);
+        expectSameTransform(samples, quantisationTable(quality, round % 5 == 0),
+                            "round " + std::to_string(round));
     }
 }
 
 // Every basis function's own signs drive its coefficient to the limit.
-TEST(ForwardDct, EqualsTheFlowGraphForTheLargestCoefficients) {
+TEST(BlockTransform, EqualsTheFlowGraphForTheLargestCoefficients) {
     for (int v = 0; v < 8; v++) {
         for (int u = 0; u < 8; u++) {
-            for (const bool inverted : {false, true}) {
-                Bytes samples(64);
-                for (int y = 0; y < 8; y++)
-                    for (int x = 0; x < 8; x++) {
-                        const bool positive = std::cos((2 * x + 1) * u * 3.14159265358979 / 16) *
-                                                  std::cos((2 * y + 1) * v * 3.14159265358979 / 16) >
-                                              0;
-                        samples[static_cast<unsigned>(y * 8 + x)] = positive != inverted ? 255 : 0;
-                    }
-                expectSameTransform(samples, "basis " + std::to_string(u) + "," + std::to_string(v));
-            }
-        }
-    }
-}
-
-TEST(Quantiser, DividesExactlyForEveryTableAndEveryCoefficientThatCanOccur) {
-    for (int quality = 1; quality <= 100; quality++) {
-        for (const bool chrominance : {false, true}) {
-            const QuantisationTable table = quantisationTable(quality, chrominance);
-            const Quantiser quantiser(table);
-            for (int c = 0; c <= 8200; c++) {
-                std::int16_t coefficients[64];
-                for (int i = 0; i < 64; i++)
-                    coefficients[i] = static_cast<std::int16_t>((c + i) & 1 ? -c : c);
-                const std::uint64_t nonzero = quantise(coefficients, quantiser);
-                for (int i = 0; i < 64; i++) {
-                    const int q = table.value[i], m = c + q / 2;
-                    const int magnitude = m < q ? 0 : m / q;
-                    const int want = (c + i) & 1 ? -magnitude : magnitude;
-                    ASSERT_EQ(coefficients[i], want) << "quality " << quality << ", " << c << " / " << q;
-                    ASSERT_EQ(nonzero >> i & 1, want != 0)
-                        << "quality " << quality << ", " << c << " / " << q;
+            Bytes samples(128);
+            for (int y = 0; y < 8; y++)
+                for (int x = 0; x < 8; x++) {
+                    const bool positive = std::cos((2 * x + 1) * u * 3.14159265358979 / 16) *
+                                              std::cos((2 * y + 1) * v * 3.14159265358979 / 16) >
+                                          0;
+                    samples[static_cast<unsigned>(y * 16 + x)] = positive ? 255 : 0;
+                    samples[static_cast<unsigned>(y * 16 + 8 + x)] = positive ? 0 : 255;
                 }
-            }
+            expectSameTransform(samples, tableOfOnes(),
+                                "basis " + std::to_string(u) + "," + std::to_string(v));
         }
     }
 }
 
-// Not only the divisors of the usual tables: all that a table can hold.
-TEST(Quantiser, MultipliersEqualDivisionForEveryDivisor) {
+// For every divisor that a table can hold, and every dividend: coefficients have at most 13 bits and a sign,
+// half the divisor at most 14.
+TEST(Quantiser, MultipliersEqualDivision) {
     QuantisationTable table = {};
     for (unsigned first = 8; first <= 32767; first += 64) {
         for (unsigned i = 0; i < 64; i++)
@@ -87,6 +98,7 @@ TEST(Quantiser, MultipliersEqualDivisionForEveryDivisor) {
         const Quantiser q(table);
         for (unsigned i = 0; i < 64; i++) {
             const unsigned d = table.value[i];
+            ASSERT_EQ(q.half[i], d / 2);
             for (unsigned m = 0; m < 32768; m++) {
                 const unsigned have = (m * q.reciprocal[i] >> 16) * q.scale[i] >> 16;
                 if (have != m / d) FAIL() << m << " / " << d << ": have " << have << ", want " << m / d;
@@ -111,53 +123,72 @@ TEST(QuantisationTable, QualityIsClampedAndLowQualityNeedsSixteenBits) {
     EXPECT_EQ(quantisationTable(50, true).value[3], 47 * 8);
 }
 
-TEST(ColourConversion, EqualsTheFormulaAtEveryWidthAndStaysInItsRows) {
+namespace {
+
+std::vector<std::pair<const char*, ConvertRows>> conversions() {
+    std::vector<std::pair<const char*, ConvertRows>> all = {{"SSE2", convertRowsSse2}};
+    if (hasAvx2()) all.push_back({"AVX2", convertRowsAvx2});
+    return all;
+}
+
+struct Ycc {
+    int y, cb, cr;
+};
+
+Ycc convertPlainly(const std::uint8_t* pixel) {
+    const int b = pixel[0], g = pixel[1], r = pixel[2];
+    return {(19595 * r + 38470 * g + 7471 * b + 32768) >> 16,
+            (32768 * b - 21709 * g - 11059 * r + 8421375) >> 16,
+            (32768 * r - 27439 * g - 5329 * b + 8421375) >> 16};
+}
+
+}  // namespace
+
+TEST(ColourConversion, EqualsTheFormulaAtEveryWidthAndRepeatsTheLastPixel) {
     Random random(2);
-    for (unsigned width = 1; width <= 111; width++) {
-        const GuardedBytes pixels(random.bytes(width * 3));
-        const GuardedBytes y(width), cb(width), cr(width);
-        convertRow({y.data(), cb.data(), cr.data()}, pixels.data(), width);
-        for (unsigned x = 0; x < width; x++) {
-            const int b = pixels.data()[3 * x], g = pixels.data()[3 * x + 1], r = pixels.data()[3 * x + 2];
-            ASSERT_EQ(y.data()[x], (19595 * r + 38470 * g + 7471 * b + 32768) >> 16) << x << " of " << width;
-            ASSERT_EQ(cb.data()[x], (32768 * b - 21709 * g - 11059 * r + 8421375) >> 16)
-                << x << " of " << width;
-            ASSERT_EQ(cr.data()[x], (32768 * r - 27439 * g - 5329 * b + 8421375) >> 16)
-                << x << " of " << width;
+    for (const auto& [name, convert] : conversions()) {
+        for (unsigned width = 1; width <= 111; width++) {
+            const GuardedBytes upper(random.bytes(width * 3)), lower(random.bytes(width * 3));
+            const unsigned padded = (width + 15) / 16 * 16, room = padded + sampleSlack;
+            const GuardedBytes upperY(room), lowerY(room), cb(room / 2), cr(room / 2);
+            convert({upperY.data(), lowerY.data(), cb.data(), cr.data()}, {upper.data(), lower.data()},
+                    width);
+            const auto at = [&](const GuardedBytes& row, unsigned x) {
+                return convertPlainly(row.data() + 3 * std::min(x, width - 1));
+            };
+            for (unsigned x = 0; x < padded; x++) {
+                ASSERT_EQ(upperY.data()[x], at(upper, x).y) << name << ", " << x << " of " << width;
+                ASSERT_EQ(lowerY.data()[x], at(lower, x).y) << name << ", " << x << " of " << width;
+            }
+            for (unsigned x = 0; x < padded / 2; x++) {
+                const Ycc a = at(upper, 2 * x), b = at(upper, 2 * x + 1), c = at(lower, 2 * x),
+                          d = at(lower, 2 * x + 1);
+                const int bias = x % 2 ? 2 : 1;
+                ASSERT_EQ(cb.data()[x], (a.cb + b.cb + c.cb + d.cb + bias) >> 2)
+                    << name << ", " << x << " of " << width;
+                ASSERT_EQ(cr.data()[x], (a.cr + b.cr + c.cr + d.cr + bias) >> 2)
+                    << name << ", " << x << " of " << width;
+            }
         }
     }
 }
 
+// Four equal pixels have themselves as their mean.
 TEST(ColourConversion, EqualsTheFormulaForEveryColour) {
-    std::vector<std::uint8_t> pixels(256 * 3), y(256), cb(256), cr(256);
-    for (int r = 0; r < 256; r++) {
-        for (int g = 0; g < 256; g++) {
+    Bytes pixels(512 * 3), y(512 + sampleSlack), cb(256 + sampleSlack), cr(256 + sampleSlack);
+    for (const auto& [name, convert] : conversions()) {
+        for (unsigned redGreen = 0; redGreen < 65536; redGreen++) {
+            for (unsigned i = 0; i < 512; i++) {
+                pixels[3 * i] = static_cast<std::uint8_t>(i / 2);
+                pixels[3 * i + 1] = static_cast<std::uint8_t>(redGreen);
+                pixels[3 * i + 2] = static_cast<std::uint8_t>(redGreen >> 8);
+            }
+            convert({y.data(), y.data(), cb.data(), cr.data()}, {pixels.data(), pixels.data()}, 512);
             for (unsigned b = 0; b < 256; b++) {
-                pixels[3 * b] = static_cast<std::uint8_t>(b);
-                pixels[3 * b + 1] = static_cast<std::uint8_t>(g);
-                pixels[3 * b + 2] = static_cast<std::uint8_t>(r);
+                const Ycc want = convertPlainly(&pixels[6 * b]);
+                if (y[2 * b] != want.y || cb[b] != want.cb || cr[b] != want.cr)
+                    FAIL() << name << ", red and green " << std::hex << redGreen << " blue " << b;
             }
-            convertRow({y.data(), cb.data(), cr.data()}, pixels.data(), 256);
-            for (int b = 0; b < 256; b++) {
-                const auto i = static_cast<unsigned>(b);
-                if (y[i] != (19595 * r + 38470 * g + 7471 * b + 32768) >> 16 ||
-                    cb[i] != (32768 * b - 21709 * g - 11059 * r + 8421375) >> 16 ||
-                    cr[i] != (32768 * r - 27439 * g - 5329 * b + 8421375) >> 16)
-                    FAIL() << "red " << r << " green " << g << " blue " << b;
-            }
-        }
-    }
-}
-
-TEST(HalveRows, MeansOfFourWithTheRoundingAlternating) {
-    Random random(3);
-    for (unsigned width = 16; width <= 112; width += 16) {
-        const GuardedBytes upper(random.bytes(width)), lower(random.bytes(width)), half(width / 2);
-        halveRows(half.data(), upper.data(), lower.data(), width);
-        for (unsigned x = 0; x < width / 2; x++) {
-            const int sum =
-                upper.data()[2 * x] + upper.data()[2 * x + 1] + lower.data()[2 * x] + lower.data()[2 * x + 1];
-            ASSERT_EQ(half.data()[x], (sum + (x % 2 ? 2 : 1)) / 4) << x << " of " << width;
         }
     }
 }
