@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
+
+#include "process/pixel_sums.h"
 
 namespace orn32 {
 
@@ -15,6 +18,20 @@ inline unsigned colourKey(std::uint32_t bgr) {
 }
 inline unsigned colourKey(const std::uint8_t* bgr) {
     return (bgr[red] & 0xF8u) << 7 | (bgr[green] & 0xF8u) << 2 | bgr[blue] >> 3;
+}
+
+template <class Visit, int... i>
+void visitKeys8(__m128i keys, unsigned x, Visit& visit, std::integer_sequence<int, i...>) {
+    (visit(x + i, static_cast<unsigned>(_mm_extract_epi16(keys, i))), ...);
+}
+
+// Calls visit(x, key) for each of a row's pixels.
+template <class Visit>
+void forEachKey(const std::uint8_t* bgr, unsigned count, Visit visit) {
+    unsigned x = 0;
+    for (; x + readByEight <= count; x += 8)
+        visitKeys8(colourKeys8(bgr + std::size_t{3} * x), x, visit, std::make_integer_sequence<int, 8>());
+    for (; x < count; x++) visit(x, colourKey(bgr + std::size_t{3} * x));
 }
 
 // One 5-bit channel of a key.

@@ -1,8 +1,6 @@
 // Turning colour into grey, and grey between 8 and 16 bits.
 #include "process/grey.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstdint>
 
@@ -10,33 +8,10 @@
 #include "core/range_check.h"
 #include "process/lut.h"
 #include "process/palette_row.h"
+#include "process/pixel_sums.h"
 
 namespace orn32 {
 namespace {
-
-// 30 red + 59 green + 11 blue of four pixels. Reads 16 bytes.
-__m128i weighted4(const std::uint8_t* bgr) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i weights = _mm_setr_epi16(11, 59, 30, 0, 11, 59, 30, 0);
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bgr));
-    const __m128i pixels01 = _mm_unpacklo_epi32(bytes, _mm_srli_si128(bytes, 3));
-    const __m128i pixels23 = _mm_unpacklo_epi32(_mm_srli_si128(bytes, 6), _mm_srli_si128(bytes, 9));
-    const __m128 sums01 = _mm_castsi128_ps(_mm_madd_epi16(_mm_unpacklo_epi8(pixels01, zero), weights));
-    const __m128 sums23 = _mm_castsi128_ps(_mm_madd_epi16(_mm_unpacklo_epi8(pixels23, zero), weights));
-    const __m128i blueGreen = _mm_castps_si128(_mm_shuffle_ps(sums01, sums23, _MM_SHUFFLE(2, 0, 2, 0)));
-    const __m128i redOnly = _mm_castps_si128(_mm_shuffle_ps(sums01, sums23, _MM_SHUFFLE(3, 1, 3, 1)));
-    return _mm_add_epi32(blueGreen, redOnly);
-}
-
-// Pixels that the grey of eight reads, the last of them in part.
-constexpr unsigned eightPixelsRead = 10;
-
-// Up to 25500, 5243 / 2^19 times a number is its hundredth, rounded down as division does.
-__m128i greyOf8(const std::uint8_t* bgr) {
-    const __m128i sums = _mm_packs_epi32(weighted4(bgr), weighted4(bgr + 12));
-    const __m128i grey = _mm_srli_epi16(_mm_mulhi_epu16(sums, _mm_set1_epi16(5243)), 3);
-    return _mm_packus_epi16(grey, grey);
-}
 
 void greyFromIndices(const imgdes& source, const imgdes& destination) {
     const PaletteTable palette(source);
@@ -105,7 +80,7 @@ bool bothBitCountsWrong(const imgdes& source, unsigned sourceBits, const imgdes&
 
 void greyRow(std::uint8_t* grey, const std::uint8_t* bgr, unsigned count) {
     unsigned x = 0;
-    for (; x + eightPixelsRead <= count; x += 8)
+    for (; x + readByEight <= count; x += 8)
         _mm_storel_epi64(reinterpret_cast<__m128i*>(grey + x), greyOf8(bgr + std::size_t{3} * x));
     for (; x < count; x++) {
         const std::uint8_t* pixel = bgr + std::size_t{3} * x;

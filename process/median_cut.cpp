@@ -13,8 +13,9 @@
 namespace orn32 {
 namespace {
 
-using Counter = std::uint16_t;
-constexpr unsigned fullCounter = 65534;  // counters stop here
+// Counters count all pixels, but none stands for more than this many.
+using Counter = std::uint32_t;
+constexpr Counter fullCounter = 65534;
 
 // A run of the colour list, first to last, and the pixels that have its colours.
 struct Box {
@@ -27,13 +28,9 @@ struct Box {
 
 void countColours(Counter* histogram, const imgdes& source, Size size) {
     const AreaRows rows(source);
-    for (unsigned y = 0; y < size.height; y++) {
-        const std::uint8_t* pixel = rows[y];
-        for (unsigned x = 0; x < size.width; x++, pixel += 3) {
-            Counter& counter = histogram[colourKey(pixel)];
-            counter = static_cast<Counter>(counter + (counter < fullCounter));
-        }
-    }
+    for (unsigned y = 0; y < size.height; y++)
+        forEachKey(rows[y], size.width, [histogram](unsigned, unsigned key) { histogram[key]++; });
+    for (unsigned key = 0; key < colourKeys; key++) histogram[key] = std::min(histogram[key], fullCounter);
 }
 
 class MedianCut {
