@@ -575,6 +575,7 @@ int ORNAPI savegifframetobuffer(void **buffer, imgdes *image, GifGlobalInfo *glo
  * one, writes no comment.
  */
 void ORNAPI setgifcomment(int version, const char *text);
+
 /* ---- PNG ---------------------------------------------------------------------------------------------- */
 
 /*
@@ -683,7 +684,6 @@ int ORNAPI pngsetxyresolution(int x, int y, int unit);
  * ERR_ZLIB, -117 with ERR_WRITE.
  */
 int ORNAPI pnggeterror(void);
-/* ---- JPEG reading -------------------------------------------------------------------------------------- */
 
 /* ---- JPEG reading -------------------------------------------------------------------------------------- */
 
