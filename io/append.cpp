@@ -21,9 +21,9 @@ HANDLE openExisting(const Target& target) {
 }
 
 // The high part makes the position unsigned.
-void seek(HANDLE handle, std::uint32_t position) {
+bool seek(HANDLE handle, std::uint32_t position) {
     LONG high = 0;
-    SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN);
+    return SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN) == position;
 }
 
 }  // namespace
@@ -42,9 +42,8 @@ FileTail::FileTail(const Target& target) : handle_(openExisting(target)) {
     if (!isOpen()) return;
     size_ = GetFileSize(handle_, nullptr);
     count_ = std::min(size_, mostBytes);
-    seek(handle_, size_ - count_);
     DWORD found = 0;
-    if (!ReadFile(handle_, bytes_, count_, &found, nullptr) || found < count_) count_ = 0;
+    if (!seek(handle_, size_ - count_) || !ReadFile(handle_, bytes_, count_, &found, nullptr) || found < count_) readFailed_ = true;
 }
 
 FileTail::~FileTail() {
@@ -52,9 +51,9 @@ FileTail::~FileTail() {
 }
 
 int FileTail::replace(std::uint32_t dropped, InputStream& by, std::uint32_t length) {
-    seek(handle_, size_ - dropped);
+    if (!seek(handle_, size_ - dropped)) return ERR_WRITE;
     if (copy(by, length) && SetEndOfFile(handle_)) return 0;
-    seek(handle_, size_ - dropped);
+    if (!seek(handle_, size_ - dropped)) return ERR_WRITE;
     write(bytes_ + count_ - dropped, dropped);
     SetEndOfFile(handle_);
     return ERR_WRITE;

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <thread>
 
 #include "orn32.h"
 #include "tests/png/plain_codec.h"
+#include "tests/support/failing_writes.h"
 #include "tests/support/memory_watch.h"
 #include "tests/support/test_image.h"
 
@@ -261,30 +261,19 @@ TEST(SavePng, ImagesThatCannotBeSavedLeaveNoFile) {
     EXPECT_EQ(savepngtobuffer(&buffer, image, 0), ERR_RANGE);
 }
 
-// A pipe whose reader goes away after some bytes stands in for a disk that gets full.
 TEST(SavePng, AWriteThatFailsAfterAnyNumberOfBytesIsReported) {
     Random random(8);
     TestImage image(100, 100, 24);
     image.randomise(random);
     const std::size_t whole = saved(image, 0).size();
     for (const std::size_t taken :
-         {std::size_t{0}, std::size_t{5}, std::size_t{8}, std::size_t{40}, whole / 2, whole - 400}) {
-        const char* name = "\\\\.\\pipe\\orn32-full-disk";
-        const HANDLE pipe =
-            CreateNamedPipeA(name, PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_WAIT, 1, 64, 64, 0, nullptr);
-        ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
-        std::thread reader([&] {
-            ConnectNamedPipe(pipe, nullptr);
-            Bytes bytes(taken + 1);
-            DWORD n = 0;
-            for (std::size_t got = 0; got < taken; got += n)
-                if (!ReadFile(pipe, bytes.data(), static_cast<DWORD>(taken - got), &n, nullptr)) break;
-            CloseHandle(pipe);
-        });
+         {std::size_t{0}, std::size_t{5}, std::size_t{8}, std::size_t{40}, whole / 2, whole - 1}) {
+        const TempFile file(".png");
         pngsetxyresolution(1, 2, 1);
-        EXPECT_EQ(savepng(name, image, 0), ERR_WRITE) << taken;
+        const FullDisk disk(static_cast<unsigned>(taken));
+        EXPECT_EQ(savepng(file.name(), image, 0), ERR_WRITE) << taken;
         EXPECT_EQ(pnggeterror(), -117) << taken;
-        reader.join();
+        EXPECT_FALSE(file.exists()) << taken;
     }
     EXPECT_EQ(find(saved(image, 0), "pHYs").data, bigEndian32(1) + bigEndian32(2) + Bytes{1});
 }

@@ -132,10 +132,17 @@ BOOL ReadFile(HANDLE file, void* destination, DWORD count, DWORD* bytesRead, OVE
     *bytesRead = n > 0 ? static_cast<DWORD>(n) : 0;
     return n >= 0;
 }
-BOOL WriteFile(HANDLE file, const void* source, DWORD count, DWORD* bytesWritten, OVERLAPPED*) {
+namespace {
+BOOL writeToFile(HANDLE file, const void* source, DWORD count, DWORD* bytesWritten, OVERLAPPED*) {
     const ssize_t n = write(descriptor(file), source, count);
     *bytesWritten = n > 0 ? static_cast<DWORD>(n) : 0;
     return n >= 0;
+}
+}  // namespace
+extern "C" decltype(&WriteFile) importedWriteFile;
+decltype(&WriteFile) importedWriteFile = writeToFile;
+BOOL WriteFile(HANDLE file, const void* source, DWORD count, DWORD* bytesWritten, OVERLAPPED* overlapped) {
+    return importedWriteFile(file, source, count, bytesWritten, overlapped);
 }
 DWORD SetFilePointer(HANDLE file, LONG distance, LONG* high, DWORD method) {
     const long long by = high ? static_cast<long long>(*high) << 32 | static_cast<DWORD>(distance) : distance;
