@@ -1,5 +1,7 @@
 #include "tests/faults/import_table.h"
 
+#include <malloc.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -23,7 +25,8 @@ bool strikes(Kind kind) {
     return true;
 }
 
-// --- memory, as given to InitializeLibrary -----------------------------------------------------------------------
+// --- memory, as given to InitializeLibrary
+// -----------------------------------------------------------------------
 
 void* counted(void* block) {
     if (block) blocks++;
@@ -40,7 +43,8 @@ void __cdecl release(void* block) {
     std::free(block);
 }
 
-// --- the system's functions --------------------------------------------------------------------------------------
+// --- the system's functions
+// --------------------------------------------------------------------------------------
 
 HGLOBAL WINAPI globalAlloc(UINT flags, SIZE_T size) {
     if (strikes(Kind::globalMemory)) return nullptr;
@@ -125,8 +129,13 @@ void replaceImport(HMODULE dll, const char* name, void* function) {
 }  // namespace
 
 const char* nameOf(Kind kind) {
-    constexpr const char* names[] = {"allocation",      "global memory", "opening a file", "read",
-                                     "write",           "seek",          "setting the end of the file",
+    constexpr const char* names[] = {"allocation",
+                                     "global memory",
+                                     "opening a file",
+                                     "read",
+                                     "write",
+                                     "seek",
+                                     "setting the end of the file",
                                      "making a bitmap"};
     return names[static_cast<int>(kind)];
 }
@@ -166,6 +175,14 @@ void stop() {
 
 Held held() {
     return {blocks, globals, files, bitmaps};
+}
+
+std::size_t sizeOf(void* block) {
+    return _msize(block);
+}
+
+void releaseBlock(void* block) {
+    release(block);
 }
 
 }  // namespace faults

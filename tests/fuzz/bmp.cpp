@@ -13,9 +13,9 @@ void load(const Input& input, unsigned width, unsigned height, unsigned bits) {
     Destination image(width, height, bits, input.choice(0));
     if (!image.made()) return;
     const int code = loadbmpfrombuffer(input.file(), image);
-    requireOneOf(code,
-                 {0, ERR_RANGE, ERR_BITS, ERR_FORMAT, ERR_UNSUPPORTED, ERR_MEMORY, ERR_SOURCE_BUFFER, ERR_OPEN},
-                 "loadbmp's code");
+    requireOneOf(
+        code, {0, ERR_RANGE, ERR_BITS, ERR_FORMAT, ERR_UNSUPPORTED, ERR_MEMORY, ERR_SOURCE_BUFFER, ERR_OPEN},
+        "loadbmp's code");
     image.requireMarginsUntouched();
     if (code == ERR_SOURCE_BUFFER || input.choice(1) % 8 != 0) return;
     Destination other(width, height, bits, input.choice(0));

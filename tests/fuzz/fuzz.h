@@ -1,5 +1,5 @@
-// What the fuzz targets share. A target's input is a file, whole and unchanged, so that real files are seeds as they
-// are; what else a target chooses comes from the file's last bytes.
+// What the fuzz targets share. A target's input is a file, whole and unchanged, so that real files are seeds
+// as they are; what else a target chooses comes from the file's last bytes.
 #pragma once
 
 #include <algorithm>
@@ -56,14 +56,15 @@ class File {
     test::TempFile file_;
 };
 
-// An image to load into, as a packed DIB whose last byte is the last one of its memory. Its area covers a part of it,
-// and what is outside must come through unchanged.
+// An image to load into, as a packed DIB whose last byte is the last one of its memory. Its area covers a
+// part of it, and what is outside must come through unchanged.
 class Destination {
  public:
     Destination(unsigned width, unsigned height, unsigned bits, unsigned margins) {
         width = std::clamp(width, 1u, 300u);
         height = std::clamp(height, 1u, 200u);
-        const unsigned left = margins & 3, top = margins >> 2 & 3, right = margins >> 4 & 3, bottom = margins >> 6;
+        const unsigned left = margins & 3, top = margins >> 2 & 3, right = margins >> 4 & 3,
+                       bottom = margins >> 6;
         made_ = allocDIB(&image, left + width + right, top + height + bottom, bits) == 0;
         if (!made_) return;
         std::memset(image.bits, filling, image.header->biSizeImage);
@@ -81,7 +82,8 @@ class Destination {
     Bytes pixels() const { return {image.bits, image.bits + image.header->biSizeImage}; }
 
     void requireMarginsUntouched() const {
-        const unsigned bits = image.header->biBitCount, height = static_cast<unsigned>(image.header->biHeight);
+        const unsigned bits = image.header->biBitCount,
+                       height = static_cast<unsigned>(image.header->biHeight);
         const unsigned rowEnd = static_cast<unsigned>(image.header->biWidth) * bits / 8;
         for (unsigned y = 0; y < height; y++) {
             const bool inside = y >= image.top && y <= image.bottom;

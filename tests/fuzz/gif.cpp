@@ -56,16 +56,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int room = std::min(count, 64);
     std::vector<GifFrameInfo> frames(static_cast<std::size_t>(room));
     frames.shrink_to_fit();
-    requireGifCode(gifinfoallframesfrombuffer(input.file(), &global, frames.data(), room), "gifinfoallframes's code");
+    requireGifCode(gifinfoallframesfrombuffer(input.file(), &global, frames.data(), room),
+                   "gifinfoallframes's code");
     GifFrameInfo frame{};
     const int which = static_cast<int>(input.choice(3) % 8);
-    requireGifCode(gifinfoframefrombuffer(input.file(), &info, &global, &frame, which), "gifinfoframe's code");
+    requireGifCode(gifinfoframefrombuffer(input.file(), &info, &global, &frame, which),
+                   "gifinfoframe's code");
 
     palettes(input, which);
-    load(input, static_cast<unsigned>(info.width), static_cast<unsigned>(info.height), info.dibbits == 1 ? 1 : 8,
-         nullptr, nullptr);
-    load(input, static_cast<unsigned>(frame.width), static_cast<unsigned>(frame.height), input.choice(1) & 1 ? 1 : 8,
-         &global, &frame);
+    load(input, static_cast<unsigned>(info.width), static_cast<unsigned>(info.height),
+         info.dibbits == 1 ? 1 : 8, nullptr, nullptr);
+    load(input, static_cast<unsigned>(frame.width), static_cast<unsigned>(frame.height),
+         input.choice(1) & 1 ? 1 : 8, &global, &frame);
     if (input.choice(2) % 8 == 0) comment(input);
     return 0;
 }

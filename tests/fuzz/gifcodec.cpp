@@ -12,7 +12,8 @@ void decode(const Input& input) {
     const int size = static_cast<int>(input.bytes().size());
     const UINT used = GifDecode(&params, static_cast<const unsigned char*>(input.file()), size, pixels.data(),
                                 static_cast<int>(room));
-    require(used < std::max(1u, static_cast<UINT>(size)), "no more is used than there is", static_cast<int>(used));
+    require(used < std::max(1u, static_cast<UINT>(size)), "no more is used than there is",
+            static_cast<int>(used));
 }
 
 void roundTrip(const Input& input) {
@@ -30,7 +31,8 @@ void roundTrip(const Input& input) {
     coded.resize(length);
 
     const test::GuardedBytes exact(length), back(pixels.size());
-    const UINT again = GifEncode(&params, source.data(), static_cast<UINT>(pixels.size()), exact.data(), length);
+    const UINT again =
+        GifEncode(&params, source.data(), static_cast<UINT>(pixels.size()), exact.data(), length);
     require(again == 0 || (again == length && std::equal(coded.begin(), coded.end(), exact.data())),
             "the same data whatever the room", static_cast<int>(again));
     const test::GuardedBytes data(coded);

@@ -20,7 +20,8 @@ void load(const Input& input, unsigned width, unsigned height, unsigned bits, UI
     image.requireMarginsUntouched();
     if (code == ERR_SOURCE_BUFFER || input.choice(1) % 8 != 0) return;
     Destination other(width, height, bits, input.choice(0));
-    require(loadjpgex(File(input, ".jpg"), other, option) == code, "file and buffer give the same code", code);
+    require(loadjpgex(File(input, ".jpg"), other, option) == code, "file and buffer give the same code",
+            code);
     require(other.pixels() == image.pixels(), "file and buffer give the same picture");
 }
 
@@ -41,7 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireJpegCode(jpeginfofrombuffer(input.file(), &info), "jpeginfo's code");
     JpegInfoEx infoEx{};
     requireJpegCode(jpeginfofrombufferex(input.file(), &infoEx), "jpeginfoex's code");
-    constexpr UINT options[] = {JPEG_COLOR_AUTO, JPEG_COLOR_YCBCR, JPEG_COLOR_RGB, JPEG_COLOR_CMYK, JPEG_COLOR_YCCK};
+    constexpr UINT options[] = {JPEG_COLOR_AUTO, JPEG_COLOR_YCBCR, JPEG_COLOR_RGB, JPEG_COLOR_CMYK,
+                                JPEG_COLOR_YCCK};
     const unsigned bits = info.vbitcount == 8 ? 8 : 24;
     load(input, info.width, info.height, bits, options[input.choice(1) / 8 % 5]);
     loadThumbnail(input, input.choice(3) & 1 ? bits : 32 - bits, 0);

@@ -32,7 +32,8 @@ void comment(const Input& input) {
     test::GuardedBytes text(static_cast<std::size_t>(size));
     requireOneOf(getpngcomment(file, "Title", reinterpret_cast<char*>(text.data()), size),
                  {0, ERR_PNG, ERR_OPEN, ERR_MEMORY}, "getpngcomment's code");
-    require(getpngcomment(file, "Title", nullptr, 0) <= static_cast<int>(input.bytes().size()), "a comment's length");
+    require(getpngcomment(file, "Title", nullptr, 0) <= static_cast<int>(input.bytes().size()),
+            "a comment's length");
 }
 
 }  // namespace
@@ -41,7 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Bytes file = repaired(data, size);
     const Input input(file.data(), file.size());
     PngInfo info{};
-    requireOneOf(pnginfofrombuffer(input.file(), &info), {0, ERR_PNG, ERR_OPEN, ERR_MEMORY}, "pnginfo's code");
+    requireOneOf(pnginfofrombuffer(input.file(), &info), {0, ERR_PNG, ERR_OPEN, ERR_MEMORY},
+                 "pnginfo's code");
     const Palette palette;
     require(loadpngpalettefrombuffer(input.file(), palette.entries) <= 256, "palette entries");
     const unsigned bits = info.dibbits ? info.dibbits : 8;

@@ -1,5 +1,5 @@
-// Pictures made of the input's bytes, saved in each format and loaded again: the same picture where the format keeps
-// every pixel.
+// Pictures made of the input's bytes, saved in each format and loaded again: the same picture where the
+// format keeps every pixel.
 #include "tests/fuzz/fuzz.h"
 
 using namespace fuzz;
@@ -49,14 +49,20 @@ unsigned pixel(const imgdes& image, unsigned x, unsigned y) {
 }
 
 template <class Load>
-void loadBack(Picture& picture, void* buffer, unsigned bits, unsigned keptBits, const char* format, Load load) {
+void loadBack(Picture& picture, void* buffer, unsigned bits, unsigned keptBits, const char* format,
+              Load load) {
+    const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+    Bytes content(bytes, bytes + GlobalSize(GlobalHandle(buffer)));
+    content.resize(std::max<std::size_t>(content.size(), 100));  // what is probed of a buffer
+    const test::GuardedBytes file(content);
     Destination back(picture.width(), picture.height(), bits, 0x55);
-    require(load(buffer, back) == 0, format, 1);
+    const int code = load(file.data(), back);
+    require(code == 0, format, code);
     back.requireMarginsUntouched();
     const unsigned mask = keptBits ? (1u << keptBits) - 1 : 0;
     for (unsigned y = 0; y < picture.height(); y++)
         for (unsigned x = 0; x < picture.width(); x++)
-            require((pixel(picture.image, x, y) & mask) == (pixel(back.image, x, y) & mask), format, 2);
+            require((pixel(picture.image, x, y) & mask) == (pixel(back.image, x, y) & mask), format);
     GlobalUnlock(GlobalHandle(buffer));
     GlobalFree(GlobalHandle(buffer));
 }
@@ -91,12 +97,12 @@ void png(Picture& picture, unsigned bits, unsigned option) {
 void jpeg(Picture& picture, unsigned bits, unsigned option, unsigned quality) {
     void* buffer = nullptr;
     constexpr UINT options[] = {0, 1, 2, 0x10, 0x11, 0x12, 7};
-    const int code = savejpgtobufferex(&buffer, &picture.image, static_cast<int>(quality), options[option % 7]);
+    const int code =
+        savejpgtobufferex(&buffer, &picture.image, static_cast<int>(quality), options[option % 7]);
     require(code == (bits == 1 ? ERR_BITS : 0), "savejpg's code", code);
     if (code != 0) return;
-    JpegInfo info{};
-    require(jpeginfofrombuffer(buffer, &info) == 0, "jpeginfo reads what was saved");
-    loadBack(picture, buffer, info.vbitcount, 0, "JPEG comes back",
+    const unsigned saved = bits == 24 || !(picture.image.imgkind & 1) ? 24 : 8;
+    loadBack(picture, buffer, saved, 0, "JPEG comes back",
              [](void* file, imgdes* image) { return loadjpgfrombuffer(file, image); });
 }
 

@@ -1,5 +1,5 @@
-// seeds FOLDER: writes small sound files of every kind to FOLDER/bmp, gif, png, jpeg, gifcodec and save, for the
-// fuzzers to start from.
+// seeds FOLDER: writes small sound files of every kind to FOLDER/bmp, gif, png, jpeg, gifcodec and save, for
+// the fuzzers to start from.
 #include <filesystem>
 #include <string>
 
@@ -56,9 +56,11 @@ void bitmaps(Random& random) {
                 bmp.compression = compression;
                 bmp.height = headerSize == 40 && compression == 0 ? -3 : 3;
                 if (compression == 3) bmp.masks = {0xF800, 0x7E0, 0x1F};
-                if (bits <= 8) bmp.palette = random.bytes((std::size_t{1} << bits) * (headerSize == 12 ? 3 : 4));
-                bmp.pixels = compression == 1 || compression == 2 ? Bytes{3, 7, 0, 3, 1, 2, 3, 0, 0, 0, 2, 9, 0, 1}
-                                                                  : random.bytes(48);
+                if (bits <= 8)
+                    bmp.palette = random.bytes((std::size_t{1} << bits) * (headerSize == 12 ? 3 : 4));
+                bmp.pixels = compression == 1 || compression == 2
+                                 ? Bytes{3, 7, 0, 3, 1, 2, 3, 0, 0, 0, 2, 9, 0, 1}
+                                 : random.bytes(48);
                 keep("bmp", bmp.build());
             }
 }
@@ -66,8 +68,8 @@ void bitmaps(Random& random) {
 void pngs(Random& random) {
     constexpr struct {
         unsigned type, depth, bits;
-    } kinds[] = {{0, 1, 1}, {0, 2, 2}, {0, 4, 4}, {0, 8, 8}, {0, 16, 16}, {2, 8, 24}, {2, 16, 48},
-                 {3, 1, 1}, {3, 2, 2}, {3, 4, 4}, {3, 8, 8}, {4, 8, 16},  {4, 16, 32}, {6, 8, 32}, {6, 16, 64}};
+    } kinds[] = {{0, 1, 1}, {0, 2, 2}, {0, 4, 4}, {0, 8, 8},  {0, 16, 16}, {2, 8, 24}, {2, 16, 48}, {3, 1, 1},
+                 {3, 2, 2}, {3, 4, 4}, {3, 8, 8}, {4, 8, 16}, {4, 16, 32}, {6, 8, 32}, {6, 16, 64}};
     for (const auto& kind : kinds)
         for (const int level : {0, 6}) {
             Bytes rows;
@@ -75,12 +77,13 @@ void pngs(Random& random) {
                 rows.push_back(static_cast<std::uint8_t>(y % 5));
                 rows = rows + random.bytes((11 * kind.bits + 7) / 8);
             }
-            std::vector<Chunk> chunks = {headerChunk(11, 9, kind.depth, kind.type), {"gAMA", {0, 0, 0xB1, 0x8F}},
-                                         {"pHYs", {0, 0, 1, 0, 0, 0, 1, 0, 1}}, {"oFFs", {0, 0, 0, 1, 0, 0, 0, 2, 0}},
+            std::vector<Chunk> chunks = {headerChunk(11, 9, kind.depth, kind.type),
+                                         {"gAMA", {0, 0, 0xB1, 0x8F}},
+                                         {"pHYs", {0, 0, 1, 0, 0, 0, 1, 0, 1}},
+                                         {"oFFs", {0, 0, 0, 1, 0, 0, 0, 2, 0}},
                                          {"tEXt", asBytes(std::string("Title\0text", 10))}};
             if (kind.type == 3) chunks.push_back({"PLTE", random.bytes(48)});
-            if (kind.type != 4 && kind.type != 6)
-                chunks.push_back({"tRNS", Bytes(kind.type == 0 ? 2 : 6)});
+            if (kind.type != 4 && kind.type != 6) chunks.push_back({"tRNS", Bytes(kind.type == 0 ? 2 : 6)});
             for (const Chunk& chunk : dataChunks(compressed(rows, level), 40)) chunks.push_back(chunk);
             chunks.push_back({"IEND", {}});
             keep("png", pngFile(chunks));
@@ -88,8 +91,8 @@ void pngs(Random& random) {
 }
 
 void jpegs(Random& random) {
-    for (const char* sampling : {"11", "11,11,11", "22,11,11", "21,11,11", "12,11,11", "11,11,11,11", "22,11,11,22",
-                                 "11,22,12", "41,11,11"})
+    for (const char* sampling : {"11", "11,11,11", "22,11,11", "21,11,11", "12,11,11", "11,11,11,11",
+                                 "22,11,11,22", "11,22,12", "41,11,11"})
         for (const int plan : {0, 1, 2})
             for (const unsigned restart : {0u, 2u}) {
                 CoefPicture picture = makePicture(37, 29, sampling);
@@ -106,7 +109,8 @@ void jpegs(Random& random) {
 void codecData(Random& random) {
     for (const unsigned bits : {2u, 4u, 8u}) {
         Bytes pixels = random.bytes(500), coded(2 * 500 + 300);
-        for (auto& pixel : pixels) pixel &= static_cast<std::uint8_t>((1u << bits) - 1 & (pixel & 1 ? 1 : 255));
+        for (auto& pixel : pixels)
+            pixel &= static_cast<std::uint8_t>((1u << bits) - 1 & (pixel & 1 ? 1 : 255));
         GifCodeParams params{};
         params.codesize = bits;
         coded.resize(GifEncode(&params, pixels.data(), 500, coded.data(), static_cast<UINT>(coded.size())));

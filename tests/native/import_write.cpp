@@ -1,4 +1,5 @@
-// The platform layer's WriteFile calls through this pointer, as programs for Windows do through their import table.
+// The platform layer's WriteFile calls through this pointer, as programs for Windows do through their import
+// table.
 #include "tests/support/import_write.h"
 
 extern "C" test::WriteFunction importedWriteFile;

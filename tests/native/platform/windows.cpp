@@ -84,7 +84,19 @@ BOOL IsBadReadPtr(const void* p, UINT count) {
     }
     return FALSE;
 }
-BOOL IsBadHugeReadPtr(const void* p, UINT count) { return IsBadReadPtr(p, count); }
+
+// Asked for sources in memory, which are probed and then read page by page, as far as a damaged file says. Only pages
+// of VirtualAlloc are readable in this sense: elsewhere a sanitizer may keep its own, or guard parts of a page.
+BOOL IsBadHugeReadPtr(const void* p, UINT count) {
+    {
+        const std::lock_guard lock(mapsMutex);
+        const auto above = pageRanges().upper_bound(static_cast<const char*>(p));
+        if (above == pageRanges().begin()) return TRUE;
+        const auto& [start, size] = *std::prev(above);
+        if (static_cast<const char*>(p) + count > start + size) return TRUE;
+    }
+    return IsBadReadPtr(p, count);
+}
 
 void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection) {
     const int access = protection == PAGE_READWRITE ? PROT_READ | PROT_WRITE : PROT_NONE;
