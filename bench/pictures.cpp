@@ -276,6 +276,22 @@ const Picture& photograph() {
     return picture;
 }
 
+const Picture& greyPhotograph() {
+    static const Picture picture = [] {
+        const Picture& colours = photograph();
+        Picture grey = {colours.width, colours.height, 8, {}, {}};
+        for (std::size_t i = 0; i < colours.pixels.size(); i += 3) {
+            const std::uint8_t* p = &colours.pixels[i];
+            grey.pixels.push_back(static_cast<std::uint8_t>((11 * p[0] + 59 * p[1] + 30 * p[2]) / 100));
+        }
+        for (unsigned level = 0; level < 256; level++)
+            for (unsigned c = 0; c < 4; c++)
+                grey.palette.push_back(static_cast<std::uint8_t>(c < 3 ? level : 0));
+        return grey;
+    }();
+    return picture;
+}
+
 const Picture& graphic() {
     static const Picture picture = makeGraphic();
     return picture;

@@ -36,6 +36,11 @@ void placeBits(std::uint8_t* destination, unsigned firstBit, const std::uint8_t*
     const unsigned end = firstBit + count;
     const unsigned last = (end - 1) / 8;
     const unsigned lastMask = topBits(end - last * 8);
+    if (firstBit == 0) {
+        std::memcpy(destination, source, last);
+        destination[last] = mixed(destination[last], source[last], lastMask);
+        return;
+    }
     const unsigned sourceBytes = (count + 7) / 8;
     unsigned before = 0;  // the source byte to the left
     for (unsigned i = 0; i <= last; i++) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include "core/area.h"
 #include "core/bits.h"
@@ -17,12 +18,15 @@ namespace {
 constexpr std::uint32_t pieceBytes = 65536;
 constexpr std::uint32_t batchCodes = 16384;
 
-// The work block; a row of the frame lies behind it.
 struct ReaderWork {
     std::uint16_t codes[batchCodes];
-    std::uint8_t input[147456 - sizeof(codes)];
+    std::uint8_t input[pieceBytes + 16];  // some bytes kept from the piece before, some read beyond the end
 };
-static_assert(sizeof(ReaderWork) == 147456);
+
+// The work block that callers' memory functions are asked for, but for the row of the frame behind it: larger
+// than needed, so that its contents can be aligned whatever those functions give.
+constexpr std::uint32_t workBytes = 147456;
+static_assert(sizeof(ReaderWork) + alignof(ReaderWork) <= workBytes);
 
 // Sub-blocks without their length bytes. The stream is read in pieces, and each piece's payload is moved
 // together in its place.
@@ -247,13 +251,16 @@ class Rows {
 }  // namespace
 
 int readImageData(InputStream& in, const GifFrameInfo& frame, const imgdes& image) {
-    const WorkArray<std::uint8_t> block(
-        MemoryEntry::first, std::uint64_t{sizeof(ReaderWork)} + static_cast<std::uint32_t>(frame.width));
+    const WorkArray<std::uint8_t> block(MemoryEntry::first,
+                                        std::uint64_t{workBytes} + static_cast<std::uint32_t>(frame.width));
     if (!block) return ERR_MEMORY;
-    ReaderWork& work = *reinterpret_cast<ReaderWork*>(block.get());
+    void* start = block.get();
+    std::size_t space = workBytes;
+    ReaderWork& work =
+        *static_cast<ReaderWork*>(std::align(alignof(ReaderWork), sizeof(ReaderWork), start, space));
     const CodeSet set(static_cast<unsigned>(frame.codesize));
     Unpacker unpacker(in, work.input, set);
-    Rows rows(frame, image, block.get() + sizeof work, set);
+    Rows rows(frame, image, block.get() + workBytes, set);
     while (!rows.complete() && !rows.ended()) {
         const std::uint32_t n = unpacker.unpack(work.codes);
         if (n == 0) return unpacker.truncated() ? ERR_TRUNCATED : 0;

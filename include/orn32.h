@@ -172,6 +172,35 @@ int ORNAPI copyimagebits(imgdes *source, imgdes *destination);
  */
 int ORNAPI copyimagepalette(const imgdes *source, imgdes *destination);
 
+/* ---- Display ------------------------------------------------------------------------------------------ */
+
+/*
+ * Draws the picture into a window's client area: picture point (x, y), counted from the top left, comes to the
+ * client area's top-left corner. The image area plays no part; what lies outside the picture is left as it is.
+ *   window   whose client area limits what is drawn
+ *   dc       where to draw, in pixels and with its origin at that area's corner
+ *   palette  gets a new logical palette of the image's colours, or 0 if it has none (24 bits); the caller
+ *            deletes it (DeleteObject) when it is no longer realised. It is selected and realised for drawing,
+ *            and dc has its own palette back afterwards. Null if the caller does not want it.
+ * A packed image's header is changed during the call, so no other thread may use the image meanwhile. An image
+ * without colours in its palette (palcolors 0) gets the default grey ones.
+ * Returns 0, also when nothing of the picture is visible; ERR_MEMORY (nothing is drawn), ERR_RANGE (null
+ * record, header or bits).
+ */
+int ORNAPI viewimage(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgdes *image);
+
+/*
+ * Like viewimage, but picture point (x, y) comes to client point (screenx, screeny); all of the picture that is
+ * visible then is drawn. Where dc has too few colours (24-bit images at 8 bits per pixel; images of 8 bits or
+ * more at up to 4, unless their palette has 1 to 16 colours), the visible part is reduced first, and *palette
+ * gets the colours of that.
+ *   mode     how to reduce: 0 the 256 colours that suit it best (at 8 bits; else like 1), 2 colorscatter,
+ *            other values colordither
+ * Returns the codes of viewimage and of the reduction.
+ */
+int ORNAPI viewimageex(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgdes *image, int screenx,
+                       int screeny, int mode);
+
 /* ---- Memory, versions --------------------------------------------------------------------------------- */
 
 typedef void *(__cdecl *ornalloc)(UINT size);               /* a block of size bytes, or null */
@@ -290,6 +319,69 @@ int ORNAPI colortogray(imgdes *source, imgdes *destination);
 int ORNAPI convertgray16to8(imgdes *source, imgdes *destination);
 int ORNAPI convertgray8to16(imgdes *source, imgdes *destination);
 
+/* ---- Dithering, black and white ----------------------------------------------------------------------- */
+
+/*
+ * Reduce an 8- or 24-bit image to one of two fixed palettes, by an ordered 8 x 8 matrix or by Floyd-Steinberg
+ * error diffusion, and give the 8-bit destination that palette.
+ *   cube  0: black, white and the six pure colours, which lie in the palette of defaultpalette;
+ *         else 6 x 6 x 6 colours in the entries 10 to 225, from white down to black in steps of 51, with blue
+ *         counting fastest. Entries 226 to 245 are greys, the others the system's 20 colours.
+ * The destination's grey mark is cleared and a DIB section's colours are updated. On failure nothing changes.
+ * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (a palette missing, or the
+ * destination's too small), ERR_MEMORY.
+ */
+int ORNAPI colordither(imgdes *source, imgdes *destination, int cube);
+int ORNAPI colorscatter(imgdes *source, imgdes *destination, int cube);
+
+/*
+ * Turns an 8-bit image into a 1-bit one of black and white and gives it that palette. Colours count as their
+ * grey levels (see colortogray).
+ *   mode  0: Stucki error diffusion; 1: ordered dither; any other: white from level 128 on
+ * Returns 0, the codes of checkrange1_, ERR_BITS (not 8 to 1 bit), ERR_RANGE (source without a palette),
+ * ERR_MEMORY.
+ */
+int ORNAPI convert8bitto1bit(int mode, imgdes *source, imgdes *destination);
+
+/*
+ * Turns a 1-bit image into an 8-bit grey one: clear bits become 0, set ones 255, whatever the 1-bit palette is.
+ * The smooth variant mixes every pixel but the first and last of a row with its two neighbours in the row.
+ * Returns 0, the codes of checkrange1_, ERR_BITS (not 1 to 8 bits); smooth: ERR_RANGE (fewer than 3 columns).
+ */
+int ORNAPI convert1bitto8bit(imgdes *source, imgdes *destination);
+int ORNAPI convert1bitto8bitsmooth(imgdes *source, imgdes *destination);
+
+/* ---- Filters ------------------------------------------------------------------------------------------ */
+
+/*
+ * Filters make each pixel of the destination's area from the pixels around its place in the source's area;
+ * beyond the area's edges its border pixels repeat. Source and destination may be the same image and have the
+ * same bit count. An 8-bit image with a colour palette is filtered as colours, and the whole destination
+ * picture is given a new palette of 256 colours.
+ */
+
+/*
+ * Make pixels the darkest (dilate: dark parts grow) or the brightest (erode: dark parts shrink) of the 3 x 3
+ * around them.
+ *   amount  0 to 255, how much: pixels stay where the mean of the nine is above amount (dilate), or below 255 -
+ *           amount (erode). For 1-bit images the share of set bits among the nine decides in the same way.
+ * Returns 0, ERR_ARGUMENT, the codes of checkrange1_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
+ * 3 x 3), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI dilate(int amount, imgdes *source, imgdes *destination);
+int ORNAPI erode(int amount, imgdes *source, imgdes *destination);
+
+/*
+ * Makes each pixel the median of the size x size pixels around it; of colours, one with the median brightness.
+ *   size  3 to 11; an even size counts as the next smaller one
+ * Returns 0, ERR_ARGUMENT, the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
+ * size x size), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ */
+int ORNAPI medianfilter(int size, imgdes *source, imgdes *destination);
+
+/* Like medianfilter with size 3. */
+int ORNAPI removenoise(imgdes *source, imgdes *destination);
+
 /* ---- Hue, overlays, blocks ---------------------------------------------------------------------------- */
 
 /*
@@ -364,6 +456,114 @@ int ORNAPI bmpinfo(const char *name, BITMAPINFOHEADER *info);
 int ORNAPI bmpinfoW(const WCHAR *name, BITMAPINFOHEADER *info);
 int ORNAPI bmpinfofrombuffer(const void *buffer, BITMAPINFOHEADER *info);
 
+/* ---- PNG ---------------------------------------------------------------------------------------------- */
+
+/*
+ * What a PNG file says of itself. Fields whose chunk the file does not have are 0.
+ */
+typedef struct PngInfo {
+    UINT width;        /* in pixels */
+    UINT height;
+    UINT bitdepth;     /* bits per sample: 1, 2, 4, 8, 16 */
+    UINT dibbits;      /* bits per pixel of the image to load into: 1, 8 or 24 */
+    UINT colortype;    /* 0 grey, 2 RGB, 3 palette, 4 grey and alpha, 6 RGB and alpha */
+    UINT interlaced;   /* 1 if interlaced */
+    UINT formatindex;  /* 0 to 14: the pair of colortype and bitdepth, in ascending order */
+    UINT channels;     /* samples per pixel */
+    UINT bitsperpixel; /* bitdepth * channels */
+    UINT rowbytes;     /* bytes per row in the file; 0xFFFFFFFF if more */
+    UINT hastrns;      /* 1 if the file names transparent colours (tRNS) */
+    WORD trns[4];      /* palette: [0] is the first index of the lowest alpha; else the samples of the colour */
+    UINT trnslen;      /* palette: 1; else the bytes of trns in use */
+    UINT hasbkgd;      /* 1 if the file names a background colour (bKGD) */
+    WORD bkgd[4];      /* palette: [0] is the index; else the samples of the colour */
+    UINT bkgdlen;      /* the bytes of bkgd in use */
+    UINT gamma;        /* gamma * 100000 (gAMA) */
+    UINT xres;         /* pixels per unit (pHYs) */
+    UINT yres;
+    UINT resunit;      /* low byte: 1 metre, 0 unknown; the upper 24 bits are those of yres */
+    BYTE sbit[4];      /* significant bits of each sample (sBIT) */
+    int xoffset;       /* where the picture lies on a page (oFFs) */
+    int yoffset;
+    UINT offsetunit;   /* 0 pixels, 1 micrometres */
+} PngInfo;
+
+/*
+ * Reads what a PNG file says of itself, checking all chunks but the compressed pixels. After a failure that is
+ * not ERR_OPEN the record holds what was found in front of the fault. A file without its header chunk gives 0
+ * and a record of zeros.
+ * Returns 0, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_MEMORY.
+ */
+int ORNAPI pnginfo(const char *name, PngInfo *info);
+int ORNAPI pnginfoW(const WCHAR *name, PngInfo *info);
+int ORNAPI pnginfofrombuffer(const void *buffer, PngInfo *info);
+
+/*
+ * Reads the resolution: xres, yres and resunit of PngInfo, stored only on success. Returns like pnginfo.
+ */
+int ORNAPI pnggetxyresolution(const char *name, int *x, int *y, int *unit);
+int ORNAPI pnggetxyresolutionW(const WCHAR *name, int *x, int *y, int *unit);
+
+/*
+ * Loads a PNG into the area of an allocated image of PngInfo's dibbits: the picture's top-left part, as many
+ * rows and columns as both have. All colour types and depths, interlaced or not; of 16-bit samples the upper
+ * byte is kept, grey of 2 and 4 bits is spread to the whole range, alpha is dropped. A palette file's colours
+ * go to the image's palette, as many as it has room for; a grey file's image gets the default grey palette. A
+ * 24-bit image has no palette colours afterwards.
+ * After a failure, rows in front of the fault may have been stored; the palette has not changed. Of rows below
+ * the area at most 64 MB are checked.
+ * Returns 0, the codes of checkrange1_, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_BITS (not an image of dibbits;
+ * nothing is stored), ERR_MEMORY. Calls on several threads take turns, as with all PNG functions.
+ */
+int ORNAPI loadpng(const char *name, imgdes *image);
+int ORNAPI loadpngW(const WCHAR *name, imgdes *image);
+int ORNAPI loadpngfrombuffer(const void *buffer, imgdes *image);
+
+/*
+ * Reads a palette file's colours into the caller's 256 entries. Returns the number of entries stored, 0 for
+ * files of other kinds, or a code of pnginfo.
+ */
+int ORNAPI loadpngpalette(const char *name, RGBQUAD *palette);
+int ORNAPI loadpngpaletteW(const WCHAR *name, RGBQUAD *palette);
+int ORNAPI loadpngpalettefrombuffer(const void *buffer, RGBQUAD *palette);
+
+/*
+ * Reads the file's first uncompressed comment (tEXt) under a keyword such as "Title" or "Author", compared
+ * letter by letter. With a null buffer returns the room needed, the text's length and 1, or 0 if there is no such
+ * comment. Otherwise copies the text, cut to length - 1 characters, with a terminating zero (an empty text if
+ * there is no such comment) and returns 0. Failures as with pnginfo.
+ */
+int ORNAPI getpngcomment(const char *name, const char *keyword, char *buffer, int length);
+int ORNAPI getpngcommentW(const WCHAR *name, const char *keyword, char *buffer, int length);
+
+/*
+ * Saves the area of a 1-, 8- or 24-bit image: 24 bits as RGB, 8 bits with the grey mark (bit 0 of imgkind) as
+ * grey, other images with their palette of palcolors colours. A failed save leaves no file. The buffer form
+ * stores a new block in *buffer (see InitializeLibrary), null on failure.
+ *   options  bit 0: interlaced; bits 1 to 3, the row filter of RGB and grey files: 0 the best for each row,
+ *            2 none, 4 Sub, 6 Up, 8 Average, 10 Paeth. Palette files, and options below 0 or above 11: none
+ * Returns 0, the codes of checkrange1_, ERR_CREATE, ERR_WRITE (disk full), ERR_MEMORY, ERR_ZLIB.
+ */
+int ORNAPI savepng(const char *name, imgdes *image, int options);
+int ORNAPI savepngW(const WCHAR *name, imgdes *image, int options);
+int ORNAPI savepngtobuffer(void **buffer, imgdes *image, int options);
+
+/*
+ * Sets the resolution that the next PNG file is saved with: pixels per unit in both directions, and the unit, of
+ * which only 0 (unknown) is stored and all else leaves it as it is, metre to begin with. Each successful
+ * save brings back 11812 by 11812 pixels per metre (300 dots per inch). Returns 0.
+ */
+int ORNAPI pngsetxyresolution(int x, int y, int unit);
+
+/*
+ * Why the last PNG call failed; a later success does not clear it, but a save that can create its output does.
+ * 0 none; reading (ERR_PNG): -100 unknown critical chunk, -102 header length, -103 bit depth, -104 colour type,
+ * -105 bit depth for this colour type, -106 interlace method, -107 compression method, -108 filter method,
+ * -109 no pixels, -110 no PNG signature, -111 checksum, -112 too little or too much pixel data, -113 file too
+ * short, -114 the decompressor did not start, -115 damaged pixel data; saving: -114 with ERR_MEMORY, -116 with
+ * ERR_ZLIB, -117 with ERR_WRITE.
+ */
+int ORNAPI pnggeterror(void);
 /* ---- GIF: compression --------------------------------------------------------------------------------- */
 
 /* For GifDecode and GifEncode, which use codesize only. */
@@ -374,7 +574,8 @@ typedef struct GifCodeParams {
 
 /*
  * Decompresses GIF image data: the minimum code size (2 to 9) and the chain of sub-blocks behind it, as they
- * stand in a file from one byte before GifFrameInfo.dataoffset on.
+ * stand in a file from one byte before GifFrameInfo.dataoffset on. The data is expected to begin with
+ * a clear code, as GIF89a asks of encoders; docs/gif-string-codes.md tells what to do where it does not.
  *   params     codesize gets the data's minimum code size; may be null
  *   src, srclen  the data, its length in bytes; what follows the chain does no harm
  *   dst, dstlen  gets one byte per pixel, in the order of the file; dstlen is its room
@@ -575,115 +776,6 @@ int ORNAPI savegifframetobuffer(void **buffer, imgdes *image, GifGlobalInfo *glo
  * one, writes no comment.
  */
 void ORNAPI setgifcomment(int version, const char *text);
-
-/* ---- PNG ---------------------------------------------------------------------------------------------- */
-
-/*
- * What a PNG file says of itself. Fields whose chunk the file does not have are 0.
- */
-typedef struct PngInfo {
-    UINT width;        /* in pixels */
-    UINT height;
-    UINT bitdepth;     /* bits per sample: 1, 2, 4, 8, 16 */
-    UINT dibbits;      /* bits per pixel of the image to load into: 1, 8 or 24 */
-    UINT colortype;    /* 0 grey, 2 RGB, 3 palette, 4 grey and alpha, 6 RGB and alpha */
-    UINT interlaced;   /* 1 if interlaced */
-    UINT formatindex;  /* 0 to 14: the pair of colortype and bitdepth, in ascending order */
-    UINT channels;     /* samples per pixel */
-    UINT bitsperpixel; /* bitdepth * channels */
-    UINT rowbytes;     /* bytes per row in the file; 0xFFFFFFFF if more */
-    UINT hastrns;      /* 1 if the file names transparent colours (tRNS) */
-    WORD trns[4];      /* palette: [0] is the first index of the lowest alpha; else the samples of the colour */
-    UINT trnslen;      /* palette: 1; else the bytes of trns in use */
-    UINT hasbkgd;      /* 1 if the file names a background colour (bKGD) */
-    WORD bkgd[4];      /* palette: [0] is the index; else the samples of the colour */
-    UINT bkgdlen;      /* the bytes of bkgd in use */
-    UINT gamma;        /* gamma * 100000 (gAMA) */
-    UINT xres;         /* pixels per unit (pHYs) */
-    UINT yres;
-    UINT resunit;      /* low byte: 1 metre, 0 unknown; the upper 24 bits are those of yres */
-    BYTE sbit[4];      /* significant bits of each sample (sBIT) */
-    int xoffset;       /* where the picture lies on a page (oFFs) */
-    int yoffset;
-    UINT offsetunit;   /* 0 pixels, 1 micrometres */
-} PngInfo;
-
-/*
- * Reads what a PNG file says of itself, checking all chunks but the compressed pixels. After a failure that is
- * not ERR_OPEN the record holds what was found in front of the fault. A file without its header chunk gives 0
- * and a record of zeros.
- * Returns 0, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_MEMORY.
- */
-int ORNAPI pnginfo(const char *name, PngInfo *info);
-int ORNAPI pnginfoW(const WCHAR *name, PngInfo *info);
-int ORNAPI pnginfofrombuffer(const void *buffer, PngInfo *info);
-
-/*
- * Reads the resolution: xres, yres and resunit of PngInfo, stored only on success. Returns like pnginfo.
- */
-int ORNAPI pnggetxyresolution(const char *name, int *x, int *y, int *unit);
-int ORNAPI pnggetxyresolutionW(const WCHAR *name, int *x, int *y, int *unit);
-
-/*
- * Loads a PNG into the area of an allocated image of PngInfo's dibbits: the picture's top-left part, as many
- * rows and columns as both have. All colour types and depths, interlaced or not; of 16-bit samples the upper
- * byte is kept, grey of 2 and 4 bits is spread to the whole range, alpha is dropped. A palette file's colours
- * go to the image's palette, as many as it has room for; a grey file's image gets the default grey palette. A
- * 24-bit image has no palette colours afterwards.
- * After a failure, rows in front of the fault may have been stored; the palette has not changed. Of rows below
- * the area at most 64 MB are checked.
- * Returns 0, the codes of checkrange1_, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_BITS (not an image of dibbits;
- * nothing is stored), ERR_MEMORY. Calls on several threads take turns, as with all PNG functions.
- */
-int ORNAPI loadpng(const char *name, imgdes *image);
-int ORNAPI loadpngW(const WCHAR *name, imgdes *image);
-int ORNAPI loadpngfrombuffer(const void *buffer, imgdes *image);
-
-/*
- * Reads a palette file's colours into the caller's 256 entries. Returns the number of entries stored, 0 for
- * files of other kinds, or a code of pnginfo.
- */
-int ORNAPI loadpngpalette(const char *name, RGBQUAD *palette);
-int ORNAPI loadpngpaletteW(const WCHAR *name, RGBQUAD *palette);
-int ORNAPI loadpngpalettefrombuffer(const void *buffer, RGBQUAD *palette);
-
-/*
- * Reads the file's first uncompressed comment (tEXt) under a keyword such as "Title" or "Author", compared
- * letter by letter. With a null buffer returns the room needed, the text's length and 1, or 0 if there is no such
- * comment. Otherwise copies the text, cut to length - 1 characters, with a terminating zero (an empty text if
- * there is no such comment) and returns 0. Failures as with pnginfo.
- */
-int ORNAPI getpngcomment(const char *name, const char *keyword, char *buffer, int length);
-int ORNAPI getpngcommentW(const WCHAR *name, const char *keyword, char *buffer, int length);
-
-/*
- * Saves the area of a 1-, 8- or 24-bit image: 24 bits as RGB, 8 bits with the grey mark (bit 0 of imgkind) as
- * grey, other images with their palette of palcolors colours. A failed save leaves no file. The buffer form
- * stores a new block in *buffer (see InitializeLibrary), null on failure.
- *   options  bit 0: interlaced; bits 1 to 3, the row filter of RGB and grey files: 0 the best for each row,
- *            2 none, 4 Sub, 6 Up, 8 Average, 10 Paeth. Palette files, and options below 0 or above 11: none
- * Returns 0, the codes of checkrange1_, ERR_CREATE, ERR_WRITE (disk full), ERR_MEMORY, ERR_ZLIB.
- */
-int ORNAPI savepng(const char *name, imgdes *image, int options);
-int ORNAPI savepngW(const WCHAR *name, imgdes *image, int options);
-int ORNAPI savepngtobuffer(void **buffer, imgdes *image, int options);
-
-/*
- * Sets the resolution that the next PNG file is saved with: pixels per unit in both directions, and the unit, of
- * which only 0 (unknown) is stored and all else leaves it as it is, metre to begin with. Each successful
- * save brings back 11812 by 11812 pixels per metre (300 dots per inch). Returns 0.
- */
-int ORNAPI pngsetxyresolution(int x, int y, int unit);
-
-/*
- * Why the last PNG call failed; a later success does not clear it, but a save that can create its output does.
- * 0 none; reading (ERR_PNG): -100 unknown critical chunk, -102 header length, -103 bit depth, -104 colour type,
- * -105 bit depth for this colour type, -106 interlace method, -107 compression method, -108 filter method,
- * -109 no pixels, -110 no PNG signature, -111 checksum, -112 too little or too much pixel data, -113 file too
- * short, -114 the decompressor did not start, -115 damaged pixel data; saving: -114 with ERR_MEMORY, -116 with
- * ERR_ZLIB, -117 with ERR_WRITE.
- */
-int ORNAPI pnggeterror(void);
 
 /* ---- JPEG reading -------------------------------------------------------------------------------------- */
 

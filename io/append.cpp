@@ -20,10 +20,10 @@ HANDLE openExisting(const Target& target) {
     return INVALID_HANDLE_VALUE;
 }
 
-// The high part makes the position unsigned.
-bool seek(HANDLE handle, std::uint32_t position) {
-    LONG high = 0;
-    return SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN) == position;
+bool seek(HANDLE handle, std::uint64_t position) {
+    LONG high = static_cast<LONG>(position >> 32);
+    return SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN) ==
+           static_cast<DWORD>(position);
 }
 
 }  // namespace
@@ -40,10 +40,13 @@ TemporaryFile::~TemporaryFile() {
 
 FileTail::FileTail(const Target& target) : handle_(openExisting(target)) {
     if (!isOpen()) return;
-    size_ = GetFileSize(handle_, nullptr);
-    count_ = std::min(size_, mostBytes);
+    DWORD high = 0;
+    size_ = GetFileSize(handle_, &high);
+    size_ |= std::uint64_t{high} << 32;
+    count_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(size_, mostBytes));
     DWORD found = 0;
-    if (!seek(handle_, size_ - count_) || !ReadFile(handle_, bytes_, count_, &found, nullptr) || found < count_) readFailed_ = true;
+    readFailed_ = !seek(handle_, size_ - count_) || !ReadFile(handle_, bytes_, count_, &found, nullptr) ||
+                  found < count_;
 }
 
 FileTail::~FileTail() {

@@ -48,7 +48,7 @@ class FileTail {
     bool write(const void* source, std::uint32_t count);
 
     HANDLE handle_;
-    std::uint32_t size_ = 0;
+    std::uint64_t size_ = 0;
     std::uint32_t count_ = 0;
     bool readFailed_ = false;
     std::uint8_t bytes_[mostBytes];

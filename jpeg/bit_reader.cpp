@@ -5,17 +5,17 @@
 namespace orn32::jpeg {
 
 void BitReader::begin() {
-    next_ = in_.next();
-    acc_ = 0;
-    count_ = padding_ = 0;
+    at_ = {in_.next(), 0, 0};
+    padding_ = 0;
 }
 
 void BitReader::finish() {
-    for (int bytes = (count_ - padding_) / 8; bytes > 0; bytes--) {
-        const bool stuffed = next_ - in_.begin() >= 2 && next_[-1] == 0 && next_[-2] == 0xFF;
-        next_ -= stuffed ? 2 : 1;
+    const std::uint8_t* next = at_.next;
+    for (int bytes = (at_.count - padding_) / 8; bytes > 0; bytes--) {
+        const bool stuffed = next - in_.begin() >= 2 && next[-1] == 0 && next[-2] == 0xFF;
+        next -= stuffed ? 2 : 1;
     }
-    in_.setNext(next_);
+    in_.setNext(next);
     begin();
 }
 
@@ -32,45 +32,39 @@ void BitReader::resynchronise() {
     begin();
 }
 
-bool BitReader::more() {
-    in_.setNext(next_);
+bool BitReader::more(Cursor& at) {
+    in_.setNext(at.next);
     const bool found = in_.readMore();
-    next_ = in_.next();
+    at.next = in_.next();
     return found;
 }
 
-void BitReader::fillByBytes() {
-    if (overrun()) fail(Detail::endOfData);
-    while (count_ <= 24) {
-        if (next_ == in_.end() && !more()) {
-            count_ += 8;
+BitReader::Cursor BitReader::filledByBytes(Cursor at) {
+    if (at.count < padding_) fail(Detail::endOfData);
+    while (at.count < 24) {
+        if (at.next == in_.end() && !more(at)) {
+            at.count += 8;
             padding_ += 8;
             continue;
         }
-        const std::uint32_t byte = *next_++;
-        if (byte == 0xFF && (next_ < in_.end() || more()) && *next_ == 0) next_++;
-        acc_ |= byte << (24 - count_);
-        count_ += 8;
+        const std::uint32_t byte = *at.next++;
+        if (byte == 0xFF && (at.next < in_.end() || more(at)) && *at.next == 0) at.next++;
+        at.acc |= byte << (24 - at.count);
+        at.count += 8;
     }
+    return at;
 }
 
-// A code longer than the look-up, or shorter with a value that the look-up does not have.
-LookEntry BitReader::nextIncomplete(const DecodeTable& table, LookEntry entry) {
-    if (entry) {
-        drop(entry & 0x7F);
-        return entry;
-    }
-    need(16);
-    const std::uint32_t string = acc_ >> 16;
+BitReader::LongSymbol BitReader::longSymbol(Cursor at, const DecodeTable& table) const {
+    const std::uint32_t string = at.acc >> 16;
     unsigned length = 1;
     while (string >= table.limit[length]) length++;
-    if (length > 16) fail(count_ - padding_ < 16 ? Detail::endOfData : Detail::huffmanCode);
+    if (length > 16) fail(at.count - padding_ < 16 ? Detail::endOfData : Detail::huffmanCode);
     const int index = static_cast<int>(string >> (16 - length)) + table.firstSymbol[length];
-    drop(length);
     const unsigned symbol = table.symbols[index];
     const unsigned run = symbol >> 4, count = symbol & 15;
-    if (count == 0) return (run == 15 ? run : run + endOfBand) << 8 | entryComplete;
-    return count << 16 | run << 8;
+    if (count == 0) return {(run == 15 ? run : run + endOfBand) << 8 | entryComplete, length};
+    return {count << 16 | run << 8, length};
 }
 
 }  // namespace orn32::jpeg

@@ -15,10 +15,31 @@
 
 namespace orn32::jpeg {
 
-// Which coefficients of a block are not zero, by zigzag position: low has positions 0 to 31.
-struct NonzeroMask {
-    std::uint32_t low, high;
+// A set of coefficients of a block, by zigzag position.
+struct PositionMask {
+    std::uint32_t low, high;  // positions 0 to 31, 32 to 63
+
+    PositionMask withoutFirst() const { return {low & ~1u, high}; }
+    PositionMask without(const PositionMask& other) const { return {low & ~other.low, high & ~other.high}; }
+    friend PositionMask operator&(const PositionMask& a, const PositionMask& b) {
+        return {a.low & b.low, a.high & b.high};
+    }
+    explicit operator bool() const { return (low | high) != 0; }
+
+    void set(unsigned position, bool value) {
+        (position < 32 ? low : high) |= static_cast<std::uint32_t>(value) << position % 32;
+    }
 };
+
+// Visits the positions of a set from 0 upwards.
+template <class Visit>
+[[gnu::always_inline]] inline void forEachBit(PositionMask mask, Visit visit) {
+    std::uint32_t bits = mask.low;
+    for (unsigned first = 0;; first = 32, bits = mask.high) {
+        for (; bits; bits &= bits - 1) visit(first + static_cast<unsigned>(std::countr_zero(bits)));
+        if (first) return;
+    }
+}
 
 // For each row in natural order and each pattern of its bits: the bits in zigzag order.
 struct ZigzagTable {
@@ -27,13 +48,13 @@ struct ZigzagTable {
 extern const ZigzagTable zigzagTable;
 
 // From eight rows of bits in natural order to zigzag order.
-inline NonzeroMask inZigzagOrder(const std::uint8_t (&natural)[8]) {
+inline PositionMask inZigzagOrder(const std::uint8_t (&natural)[8]) {
     const auto row = [&](unsigned y) {
         return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&zigzagTable.bits[y][natural[y]]));
     };
     const auto rows = [&](unsigned y) { return _mm_or_si128(row(y), row(y + 1)); };
     const __m128i sum = _mm_or_si128(_mm_or_si128(rows(0), rows(2)), _mm_or_si128(rows(4), rows(6)));
-    NonzeroMask mask;
+    PositionMask mask;
     _mm_storel_epi64(reinterpret_cast<__m128i*>(&mask), sum);
     return mask;
 }
@@ -50,8 +71,7 @@ struct SymbolWriter {
 
     // A value behind a run of up to 15 zeros.
     [[gnu::always_inline]] void putValue(unsigned zeros, int value) {
-        const std::uint32_t* entries = value < 0 ? codes.entryOfNegative : codes.entry;
-        const std::uint32_t entry = entries[zeros << 4 | sizeOf(value)];
+        const std::uint32_t entry = codes.entry[zeros << 4 | classOf(value)];
         bits.put((entry >> 5) + static_cast<std::uint32_t>(value), entry & 31);
     }
 };
@@ -60,28 +80,18 @@ struct SymbolCounter {
     SymbolCounts& counts;
 
     void put(unsigned symbol, std::uint32_t) { counts.count[symbol]++; }
-    void putValue(unsigned zeros, int value) { counts.count[zeros << 4 | sizeOf(value)]++; }
+    void putValue(unsigned zeros, int value) { counts.count[(zeros << 4 | classOf(value)) & 0xFF]++; }
 };
 
 constexpr unsigned endOfBlock = 0x00;
 constexpr unsigned sixteenZeros = 0xF0;
-
-// Visits the set bits of a mask from position 0 upwards.
-template <class Visit>
-[[gnu::always_inline]] inline void forEachBit(NonzeroMask mask, Visit visit) {
-    std::uint32_t bits = mask.low;
-    for (unsigned first = 0;; first = 32, bits = mask.high) {
-        for (; bits; bits &= bits - 1) visit(first + static_cast<unsigned>(std::countr_zero(bits)));
-        if (first) return;
-    }
-}
 
 // Codes the 63 AC coefficients; block.at(k) is the one at zigzag position k.
 template <class Sink, class Block>
 [[gnu::always_inline]] inline void codeAc(Sink sink, Block block) {
     unsigned previous = 0;
     forEachBit(
-        {block.nonzero.low & ~1u, block.nonzero.high}, [&](unsigned k) __attribute__((always_inline)) {
+        block.nonzero().withoutFirst(), [&](unsigned k) __attribute__((always_inline)) {
             unsigned zeros = k - previous - 1;
             for (; zeros > 15; zeros -= 16) sink.put(sixteenZeros, 0);
             sink.putValue(zeros, block.at(k));

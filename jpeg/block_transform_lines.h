@@ -92,7 +92,7 @@ class BlockLines {
     }
 
     template <bool first>
-    void transformLines() {
+    [[gnu::always_inline]] void transformLines() {
         constexpr int shift = first ? constantBits - extraBits : constantBits + extraBits;
         const V sum07 = Simd::add16(v[0], v[7]), difference07 = Simd::sub16(v[0], v[7]);
         const V sum16 = Simd::add16(v[1], v[6]), difference16 = Simd::sub16(v[1], v[6]);
@@ -114,7 +114,7 @@ class BlockLines {
         v[1] = rotate<shift>(p, c1175 - c0899, c1175 - c0390, q, c1175, c1501 - c0899 - c0390 + c1175);
     }
 
-    void transpose() {
+    [[gnu::always_inline]] void transpose() {
         const Pairs p01(v[0], v[1]), p23(v[2], v[3]), p45(v[4], v[5]), p67(v[6], v[7]);
         const V a0 = Simd::low32(p01.low, p23.low), a1 = Simd::high32(p01.low, p23.low);
         const V a2 = Simd::low32(p01.high, p23.high), a3 = Simd::high32(p01.high, p23.high);

@@ -8,14 +8,14 @@ CoefficientPlanes::CoefficientPlanes(const EncodeFrame& frame) : count_(frame.co
         Plane& plane = planes_[i];
         plane.columns = frame.mcusPerRow() * component.h;
         const std::uint64_t blocks = std::uint64_t{plane.columns} * frame.mcuRows() * component.v;
+        plane.summaries = WorkArray<BlockSummary>(MemoryEntry::first, blocks);
         plane.coefficients = WorkArray<std::int16_t>(MemoryEntry::first, blocks * blockSize);
-        plane.nonzero = WorkArray<NonzeroMask>(MemoryEntry::first, blocks);
     }
 }
 
 CoefficientPlanes::operator bool() const {
     for (int i = 0; i < count_; i++)
-        if (!planes_[i].coefficients || !planes_[i].nonzero) return false;
+        if (!planes_[i].coefficients || !planes_[i].summaries) return false;
     return true;
 }
 
@@ -23,9 +23,15 @@ void CoefficientPlanes::store(int component, unsigned column, unsigned row, cons
     const Plane& plane = planes_[component];
     const std::size_t i = std::size_t{row} * plane.columns + column;
     std::int16_t* to = plane.coefficients.get() + i * blockSize;
-    to[0] = block.coefficients[0];
-    forEachBit(block.nonzero, [&](unsigned k) { to[k] = static_cast<std::int16_t>(block.at(k)); });
-    plane.nonzero[i] = block.nonzero;
+    PositionMask atLeast2 = {}, atLeast4 = {};
+    forEachBit(block.nonzero().withoutFirst(), [&](unsigned k) {
+        const int value = block.at(k);
+        to[k] = static_cast<std::int16_t>(value);
+        const unsigned magnitude = static_cast<unsigned>(value < 0 ? -value : value);
+        atLeast2.set(k, magnitude >= 2);
+        atLeast4.set(k, magnitude >= 4);
+    });
+    plane.summaries[i] = {{block.nonzero(), atLeast2, atLeast4}, static_cast<std::int16_t>(block.dc())};
 }
 
 }  // namespace orn32::jpeg

@@ -11,14 +11,22 @@
 
 namespace orn32::jpeg {
 
-// A stored block: coefficients in zigzag order, of which those that are zero have not been stored, but for
-// the first.
-struct StoredBlock {
-    const std::int16_t* coefficients;
-    NonzeroMask nonzero;
+// What scans need to know of a block before they look at its coefficients, if they do.
+struct BlockSummary {
+    static constexpr unsigned precisions = 3;  // scans leave out at most 2 bits
 
-    int dc() const { return coefficients[0]; }
+    PositionMask nonzero[precisions];  // which coefficients are not zero without their lowest 0, 1, 2 bits
+    std::int16_t dc;
+};
+
+// A stored block. AC coefficients are in zigzag order; those that are zero have not been stored.
+struct StoredBlock {
+    const BlockSummary& summary;
+    const std::int16_t* coefficients;
+
+    int dc() const { return summary.dc; }
     int at(unsigned k) const { return coefficients[k]; }
+    PositionMask nonzero(unsigned leftOut = 0) const { return summary.nonzero[leftOut]; }
 };
 
 class CoefficientPlanes {
@@ -33,14 +41,14 @@ class CoefficientPlanes {
     StoredBlock block(int component, unsigned column, unsigned row) const {
         const Plane& plane = planes_[component];
         const std::size_t i = std::size_t{row} * plane.columns + column;
-        return {plane.coefficients.get() + i * blockSize, plane.nonzero[i]};
+        return {plane.summaries[i], plane.coefficients.get() + i * blockSize};
     }
 
  private:
     struct Plane {
         std::size_t columns = 0;
+        WorkArray<BlockSummary> summaries;
         WorkArray<std::int16_t> coefficients;
-        WorkArray<NonzeroMask> nonzero;
     };
     int count_;
     Plane planes_[3];

@@ -1,6 +1,6 @@
 #include "jpeg/coefficients.h"
 
-#include <emmintrin.h>
+#include <utility>
 
 #include "core/memory.h"
 
@@ -19,32 +19,23 @@ Coefficients::~Coefficients() {
 
 bool Coefficients::allocate() {
     constexpr std::uint64_t alignment = 64;
+    constexpr std::uint64_t blockBytes = blockSize * sizeof(std::int16_t) + sizeof(std::uint64_t);
     std::uint64_t blocks = 0, rows = 0;
     for (const Plane& plane : planes_) {
         blocks += std::uint64_t{plane.across} * plane.down;
         rows += plane.down;
     }
-    memory_ = allocateGlobal(blocks * (blockSize * sizeof(std::int16_t)) + rows + alignment);
+    memory_ = allocateGlobal(blocks * blockBytes + rows + alignment);
     if (!memory_) return false;
-    const auto address = reinterpret_cast<std::uintptr_t>(memory_);
-    auto* next = reinterpret_cast<std::int16_t*>((address + alignment - 1) & ~std::uintptr_t{alignment - 1});
+    auto start = (reinterpret_cast<std::uintptr_t>(memory_) + alignment - 1) & ~std::uintptr_t{alignment - 1};
+    const auto take = [&](std::size_t bytes) { return std::exchange(start, start + bytes); };
     for (Plane& plane : planes_) {
-        plane.start = next;
-        next += std::size_t{plane.across} * plane.down * blockSize;
+        const std::size_t n = std::size_t{plane.across} * plane.down;
+        plane.start = reinterpret_cast<std::int16_t*>(take(n * blockSize * sizeof(std::int16_t)));
+        plane.nonzero = reinterpret_cast<std::uint64_t*>(take(n * sizeof(std::uint64_t)));
     }
-    bool* flags = reinterpret_cast<bool*>(next);
-    for (Plane& plane : planes_) {
-        plane.rowHasAc = flags;
-        flags += plane.down;
-    }
+    for (Plane& plane : planes_) plane.rowHasAc = reinterpret_cast<bool*>(take(plane.down));
     return true;
-}
-
-bool hasAc(const std::int16_t* coefs) {
-    const auto* rows = reinterpret_cast<const __m128i*>(coefs);
-    __m128i any = _mm_srli_si128(_mm_load_si128(rows), 2);
-    for (int i = 1; i < 8; i++) any = _mm_or_si128(any, _mm_load_si128(rows + i));
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(any, _mm_setzero_si128())) != 0xFFFF;
 }
 
 }  // namespace orn32::jpeg

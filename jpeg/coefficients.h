@@ -1,14 +1,28 @@
 // The coefficients of all blocks that have something to show, for pictures that come in several scans.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstdint>
 
 #include "jpeg/layout.h"
 
 namespace orn32::jpeg {
 
-// Whether a block has an AC coefficient.
-bool hasAc(const std::int16_t* coefs);
+// Blocks lie at multiples of 16. Written out, as compilers make a string instruction of a loop, which takes
+// longer to start than all of this.
+inline void clearBlock(std::int16_t* coefs) {
+    const __m128i zero = _mm_setzero_si128();
+    auto* rows = reinterpret_cast<__m128i*>(coefs);
+    _mm_store_si128(rows, zero);
+    _mm_store_si128(rows + 1, zero);
+    _mm_store_si128(rows + 2, zero);
+    _mm_store_si128(rows + 3, zero);
+    _mm_store_si128(rows + 4, zero);
+    _mm_store_si128(rows + 5, zero);
+    _mm_store_si128(rows + 6, zero);
+    _mm_store_si128(rows + 7, zero);
+}
 
 class Coefficients {
  public:
@@ -28,13 +42,20 @@ class Coefficients {
     unsigned across(unsigned c) const { return planes_[c].across; }
     unsigned down(unsigned c) const { return planes_[c].down; }
 
-    // Whether any block of a row has been given an AC coefficient; whoever gives it sets this.
+    // Which AC coefficients of a block are not 0: bit k for the k-th in zigzag order. Kept by whoever changes
+    // them; one bit too many does no harm where nothing is refined.
+    std::uint64_t& nonzero(unsigned c, unsigned x, unsigned y) const {
+        return planes_[c].nonzero[std::size_t{y} * planes_[c].across + x];
+    }
+
+    // Whether any block of a row has been given an AC coefficient; kept likewise.
     bool& rowHasAc(unsigned c, unsigned y) const { return planes_[c].rowHasAc[y]; }
 
  private:
     struct Plane {
         std::int16_t* start;
         unsigned across, down;
+        std::uint64_t* nonzero;
         bool* rowHasAc;
     };
     Plane planes_[maxComponents] = {};

@@ -1,5 +1,7 @@
 #include "jpeg/decoder.h"
 
+#include <bit>
+
 namespace orn32::jpeg {
 namespace {
 
@@ -9,8 +11,12 @@ void showCoefficients(const Decoder& d, const Coefficients& coefficients) {
         for (unsigned c = 0; c < d.layout.count; c++) {
             const unsigned v = d.layout.components[c].v;
             for (unsigned y = 0; y < v; y++)
-                for (unsigned x = 0; x < coefficients.across(c); x++)
-                    d.output.place(c, x, y, coefficients.block(c, x, row * v + y), blockSize - 1);
+                for (unsigned x = 0; x < coefficients.across(c); x++) {
+                    const unsigned down = row * v + y;
+                    const std::uint64_t nonzero = coefficients.nonzero(c, x, down);
+                    const auto last = static_cast<unsigned>(std::bit_width(nonzero | 1)) - 1;
+                    d.output.place(c, x, y, coefficients.block(c, x, down), last);
+                }
         }
         d.output.endRow(d.layout.mcusPerRow);
     }

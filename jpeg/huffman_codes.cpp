@@ -1,5 +1,7 @@
 #include "jpeg/huffman_codes.h"
 
+#include <bit>
+
 namespace orn32::jpeg {
 
 const HuffmanSpec standardDc[2] = {
@@ -30,7 +32,24 @@ const HuffmanSpec standardAc[2] = {
       0xD3, 0xD4, 0xD5, 0xD6, 0xD7, 0xD8, 0xD9, 0xDA, 0xE2, 0xE3, 0xE4, 0xE5, 0xE6, 0xE7, 0xE8, 0xE9, 0xEA,
       0xF2, 0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA}}};
 
-HuffmanCodes::HuffmanCodes(const HuffmanSpec& spec) : entry{}, entryOfNegative{} {
+namespace {
+
+constexpr ValueClasses makeValueClasses() {
+    ValueClasses classes = {};
+    for (int value = -largestValue; value <= largestValue; value++) {
+        const unsigned size =
+            static_cast<unsigned>(std::bit_width(static_cast<unsigned>(value < 0 ? -value : value)));
+        classes.of[value + largestValue] =
+            static_cast<std::uint16_t>(size | (value < 0 ? ValueClasses::negative : 0));
+    }
+    return classes;
+}
+
+}  // namespace
+
+constexpr ValueClasses valueClasses = makeValueClasses();
+
+HuffmanCodes::HuffmanCodes(const HuffmanSpec& spec) : entry{} {
     std::uint32_t code = 0;
     unsigned next = 0;
     for (unsigned length = 1; length <= 16; length++, code <<= 1) {
@@ -38,7 +57,7 @@ HuffmanCodes::HuffmanCodes(const HuffmanSpec& spec) : entry{}, entryOfNegative{}
             const unsigned symbol = spec.values[next++];
             const unsigned further = symbol & 15;
             entry[symbol] = code++ << (further + 5) | (length + further);
-            entryOfNegative[symbol] = entry[symbol] | ((1u << further) - 1) << 5;
+            entry[symbol | ValueClasses::negative] = entry[symbol] | ((1u << further) - 1) << 5;
         }
     }
 }

@@ -11,24 +11,29 @@ namespace orn32::jpeg {
 extern const HuffmanSpec standardDc[2];  // luminance, chrominance
 extern const HuffmanSpec standardAc[2];
 
-// How many bits a value's magnitude has: its size, as T.81 calls it. The lowest bit set below makes 0 a case
-// like any other.
-inline unsigned sizeOf(int value) {
-    const int sign = value >> 31;
-    const auto magnitude = static_cast<std::uint32_t>((value ^ sign) - sign);
-    return 31 - static_cast<unsigned>(__builtin_clz(magnitude << 1 | 1));
+// For each value that is coded, a coefficient or a difference of two: how many bits its magnitude has (its
+// size, as T.81 calls it), and whether it is negative.
+constexpr int largestValue = 2047;
+struct ValueClasses {
+    static constexpr unsigned negative = 0x100;
+    std::uint16_t of[2 * largestValue + 1];
+};
+extern const ValueClasses valueClasses;
+
+inline unsigned classOf(int value) {
+    return valueClasses.of[value + largestValue];
 }
 
 // The codes of a table by symbol. The low four bits of a symbol count the further bits that follow its code
 // (which is not so for the end-of-band runs of progressive scans: their further bits are written apart).
-// An entry has the length of both together in its lowest 5 bits, and above it the code, shifted up by the count
-// of further bits. Codes have at most 16 bits, further bits are at most 11. 0 for symbols that have no code.
+// An entry has the length of both together in its lowest 5 bits, and above it the code, shifted up by the
+// count of further bits. Codes have at most 16 bits, further bits are at most 11. 0 for symbols that have no
+// code.
+//
+// The second half is for negative values, which are coded as the bits of value - 1 at their size: all ones
+// are added, so that a value of either sign is added to its entry's bits.
 struct HuffmanCodes {
-    std::uint32_t entry[256];
-
-    // The same for a negative value, which is coded as the bits of value - 1 at its size: all ones are added, so
-    // that a value of either sign is added to its entry's bits.
-    std::uint32_t entryOfNegative[256];
+    std::uint32_t entry[256 + ValueClasses::negative];
 
     HuffmanCodes() = default;
     explicit HuffmanCodes(const HuffmanSpec& spec);

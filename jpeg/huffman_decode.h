@@ -7,18 +7,23 @@
 
 namespace orn32::jpeg {
 
-constexpr int lookBits = 9;
+constexpr int lookBits = 10;
 
 // What the next lookBits bits hold. Symbols are taken as T.81 has them for AC coefficients: a run of zeros in
 // the upper half, the number of value bits in the lower one; DC symbols are those with run 0.
-//   bits 0-6    bits to drop: code and value bits; 0 when the code is longer than lookBits
+//   bits 0-4    bits to drop: code and value bits; 0 when the code is longer than lookBits
 //   bit 7       set when value is complete; else only the code is to be dropped
 //   bits 8-15   the run; from endOfBand up for a symbol without value bits other than 0xF0
 //   bits 16-31  the value, signed; while incomplete the number of value bits
 using LookEntry = std::uint32_t;
 
+constexpr unsigned entryBits = 0x1F;
 constexpr unsigned entryComplete = 0x80;
 constexpr unsigned endOfBand = 64;
+
+constexpr unsigned runOf(LookEntry entry) {
+    return entry >> 8 & 0xFF;
+}
 
 struct DecodeTable {
     LookEntry look[1 << lookBits];

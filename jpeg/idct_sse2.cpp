@@ -1,8 +1,9 @@
-// The inverse transform on eight columns at once. Every one-dimensional result is a sum of products of the
-// inputs with 16-bit factors, which pmaddwd takes two at a time.
+// The inverse transform, four lines at a time. Every one-dimensional result is a sum of products of the
+// inputs with 16-bit factors, which pmaddwd takes two at a time; what it cannot hold is left to the plain
+// transform.
 #include <emmintrin.h>
 
-#include <cstring>
+#include <initializer_list>
 
 #include "jpeg/dct.h"
 #include "jpeg/idct.h"
@@ -37,119 +38,113 @@ constexpr int odd57[4] = {pairOf(z5 - f0_390180644, z5 - f0_899976223),
                           pairOf(f2_053119869 - f2_562915447 - f0_390180644 + z5, z5),
                           pairOf(z5, f0_298631336 - f0_899976223 - f1_961570560 + z5)};
 
-// The pairs of inputs that are multiplied together, for four lines.
+// The pairs of inputs that are multiplied together, for four lines. Inputs 4 to 7 may be known to be 0.
 struct Pairs {
     __m128i p04, p26, p13, p57;
 };
-struct Eight {
-    __m128i at[8];
+
+// The eight results of four lines, 16 bits each: results 2 i and 2 i + 1 in vector i.
+struct Results {
+    __m128i at[4];
 };
 
-// Results for four lines in 32 bits each. With upperZero the inputs 4 to 7 are 0.
-template <int bits, bool upperZero>
-Eight transform(const Pairs& in) {
+enum class Inputs { all, lower };  // lower: 0 to 3 only
+
+template <int bits, Inputs inputs>
+[[gnu::always_inline]] inline Results transform(const Pairs& in) {
     const __m128i rounding = _mm_set1_epi32(1 << (bits - 1));
-    const __m128i e0 = _mm_add_epi32(products(in.p04, even04), rounding);
-    const __m128i e1 = upperZero ? e0 : _mm_add_epi32(products(in.p04, even04Minus), rounding);
-    const __m128i e3 = products(in.p26, even26), e2 = products(in.p26, even26Minus);
-    const __m128i even[4] = {_mm_add_epi32(e0, e3), _mm_add_epi32(e1, e2), _mm_sub_epi32(e1, e2),
-                             _mm_sub_epi32(e0, e3)};
-    Eight out;
-    for (int i = 0; i < 4; i++) {
+    const auto sumAndDifference = [&](__m128i even, int i, __m128i& sum, __m128i& difference) {
         __m128i odd = products(in.p13, odd13[i]);
-        if (!upperZero) odd = _mm_add_epi32(odd, products(in.p57, odd57[i]));
-        out.at[i] = _mm_srai_epi32(_mm_add_epi32(even[i], odd), bits);
-        out.at[7 - i] = _mm_srai_epi32(_mm_sub_epi32(even[i], odd), bits);
-    }
-    return out;
+        if (inputs == Inputs::all) odd = _mm_add_epi32(odd, products(in.p57, odd57[i]));
+        sum = _mm_srai_epi32(_mm_add_epi32(even, odd), bits);
+        difference = _mm_srai_epi32(_mm_sub_epi32(even, odd), bits);
+    };
+    const __m128i e0 = _mm_add_epi32(products(in.p04, even04), rounding), e3 = products(in.p26, even26);
+    __m128i r0, r1, r2, r3, r4, r5, r6, r7;
+    sumAndDifference(_mm_add_epi32(e0, e3), 0, r0, r7);
+    sumAndDifference(_mm_sub_epi32(e0, e3), 3, r3, r4);
+    const __m128i e1 = _mm_add_epi32(products(in.p04, even04Minus), rounding),
+                  e2 = products(in.p26, even26Minus);
+    sumAndDifference(_mm_add_epi32(e1, e2), 1, r1, r6);
+    sumAndDifference(_mm_sub_epi32(e1, e2), 2, r2, r5);
+    return {
+        {_mm_packs_epi32(r0, r1), _mm_packs_epi32(r2, r3), _mm_packs_epi32(r4, r5), _mm_packs_epi32(r6, r7)}};
 }
 
-// Eight lines of 16-bit inputs, of which 4 to 7 may be known to be 0.
-template <int bits, bool upperZero>
-Eight transformLines(const Eight& in) {
-    const __m128i zero = _mm_setzero_si128();
-    const auto& line = in.at;
-    const __m128i l4 = upperZero ? zero : line[4], l5 = upperZero ? zero : line[5];
-    const __m128i l6 = upperZero ? zero : line[6], l7 = upperZero ? zero : line[7];
-    const Pairs low = {_mm_unpacklo_epi16(line[0], l4), _mm_unpacklo_epi16(line[2], l6),
-                       _mm_unpacklo_epi16(line[1], line[3]), _mm_unpacklo_epi16(l5, l7)};
-    const Pairs high = {_mm_unpackhi_epi16(line[0], l4), _mm_unpackhi_epi16(line[2], l6),
-                        _mm_unpackhi_epi16(line[1], line[3]), _mm_unpackhi_epi16(l5, l7)};
-    const Eight a = transform<bits, upperZero>(low), b = transform<bits, upperZero>(high);
-    Eight out;
-    for (int i = 0; i < 8; i++) out.at[i] = _mm_packs_epi32(a.at[i], b.at[i]);
-    return out;
+// From the results of four columns, which are rows of four, to these columns.
+[[gnu::always_inline]] inline void storeColumns(const Results& rows, __m128i* columns) {
+    const auto fourRows = [](__m128i rows01, __m128i rows23, __m128i& left, __m128i& right) {
+        const __m128i even = _mm_unpacklo_epi16(rows01, rows23), odd = _mm_unpackhi_epi16(rows01, rows23);
+        left = _mm_unpacklo_epi16(even, odd);
+        right = _mm_unpackhi_epi16(even, odd);
+    };
+    __m128i upperLeft, upperRight, lowerLeft, lowerRight;
+    fourRows(rows.at[0], rows.at[1], upperLeft, upperRight);
+    fourRows(rows.at[2], rows.at[3], lowerLeft, lowerRight);
+    columns[0] = _mm_unpacklo_epi64(upperLeft, lowerLeft);
+    columns[1] = _mm_unpackhi_epi64(upperLeft, lowerLeft);
+    columns[2] = _mm_unpacklo_epi64(upperRight, lowerRight);
+    columns[3] = _mm_unpackhi_epi64(upperRight, lowerRight);
 }
 
-Eight transpose(const Eight& in) {
-    Eight a, b, out;
-    for (int i = 0; i < 4; i++) {
-        a.at[2 * i] = _mm_unpacklo_epi16(in.at[i], in.at[i + 4]);
-        a.at[2 * i + 1] = _mm_unpackhi_epi16(in.at[i], in.at[i + 4]);
-    }
-    for (int i = 0; i < 4; i++) {
-        b.at[2 * i] = _mm_unpacklo_epi16(a.at[i], a.at[i + 4]);
-        b.at[2 * i + 1] = _mm_unpackhi_epi16(a.at[i], a.at[i + 4]);
-    }
-    for (int i = 0; i < 4; i++) {
-        out.at[2 * i] = _mm_unpacklo_epi16(b.at[i], b.at[i + 4]);
-        out.at[2 * i + 1] = _mm_unpackhi_epi16(b.at[i], b.at[i + 4]);
-    }
-    return out;
-}
-
-// The samples of eight columns, wrapped to 10 bits and cut to 8, stored as rows.
-void storeSamples(const Eight& columns, std::uint8_t* out, std::ptrdiff_t stride) {
-    __m128i wrapped[8];
-    for (int i = 0; i < 8; i++) wrapped[i] = _mm_srai_epi16(_mm_slli_epi16(columns.at[i], 6), 6);
-    const __m128i c04 = _mm_packs_epi16(wrapped[0], wrapped[4]),
-                  c15 = _mm_packs_epi16(wrapped[1], wrapped[5]);
-    const __m128i c26 = _mm_packs_epi16(wrapped[2], wrapped[6]),
-                  c37 = _mm_packs_epi16(wrapped[3], wrapped[7]);
-    const __m128i c02 = _mm_unpacklo_epi8(c04, c26), c13 = _mm_unpacklo_epi8(c15, c37);
-    const __m128i c46 = _mm_unpackhi_epi8(c04, c26), c57 = _mm_unpackhi_epi8(c15, c37);
-    const __m128i left[2] = {_mm_unpacklo_epi8(c02, c13), _mm_unpackhi_epi8(c02, c13)};
-    const __m128i right[2] = {_mm_unpacklo_epi8(c46, c57), _mm_unpackhi_epi8(c46, c57)};
+// From the results of four rows, which are columns of four, to samples: wrapped to 10 bits, cut to 8, stored.
+[[gnu::always_inline]] inline void storeSamples(const Results& columns, std::uint8_t* out,
+                                                std::ptrdiff_t stride) {
+    const auto wrapped = [](__m128i x) { return _mm_srai_epi16(_mm_slli_epi16(x, 6), 6); };
+    const __m128i left = _mm_packs_epi16(wrapped(columns.at[0]), wrapped(columns.at[1]));
+    const __m128i right = _mm_packs_epi16(wrapped(columns.at[2]), wrapped(columns.at[3]));
+    const __m128i c0415 = _mm_unpacklo_epi8(left, right), c2637 = _mm_unpackhi_epi8(left, right);
+    const __m128i c0246 = _mm_unpacklo_epi8(c0415, c2637), c1357 = _mm_unpackhi_epi8(c0415, c2637);
     const __m128i centre = _mm_set1_epi8(-128);
-    for (int i = 0; i < 2; i++) {
-        const __m128i rows[2] = {_mm_unpacklo_epi32(left[i], right[i]),
-                                 _mm_unpackhi_epi32(left[i], right[i])};
-        for (const __m128i& pair : rows) {
-            const __m128i samples = _mm_xor_si128(pair, centre);
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(out), samples);
-            _mm_storeh_pd(reinterpret_cast<double*>(out + stride), _mm_castsi128_pd(samples));
-            out += 2 * stride;
+    for (const __m128i rows : {_mm_unpacklo_epi8(c0246, c1357), _mm_unpackhi_epi8(c0246, c1357)}) {
+        const __m128i samples = _mm_xor_si128(rows, centre);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out), samples);
+        _mm_storeh_pd(reinterpret_cast<double*>(out + stride), _mm_castsi128_pd(samples));
+        out += 2 * stride;
+    }
+}
+
+// What first pass results are watched for: that one may have been cut to 16 bits.
+class CutWatch {
+ public:
+    void see(const Results& results) {
+        for (const __m128i& v : results.at) {
+            low_ = _mm_min_epi16(low_, v);
+            high_ = _mm_max_epi16(high_, v);
         }
     }
-}
-
-// Whether a result of the first pass may have been cut to 16 bits.
-template <int count>
-bool mayBeCut(const Eight& lines) {
-    __m128i low = lines.at[0], high = lines.at[0];
-    for (int i = 1; i < count; i++) {
-        low = _mm_min_epi16(low, lines.at[i]);
-        high = _mm_max_epi16(high, lines.at[i]);
+    bool mayBeCut() const {
+        const __m128i cut = _mm_or_si128(_mm_cmpeq_epi16(high_, _mm_set1_epi16(0x7FFF)),
+                                         _mm_cmpeq_epi16(low_, _mm_set1_epi16(-0x8000)));
+        return _mm_movemask_epi8(cut) != 0;
     }
-    const __m128i cut = _mm_or_si128(_mm_cmpeq_epi16(high, _mm_set1_epi16(0x7FFF)),
-                                     _mm_cmpeq_epi16(low, _mm_set1_epi16(-0x8000)));
-    return _mm_movemask_epi8(cut) != 0;
-}
 
-void fill(std::int16_t dc, std::uint8_t* out, std::ptrdiff_t stride) {
-    int x = (dc + 4) >> 3;
-    x = ((x + 512) & 1023) - 512;
-    const __m128i wide = _mm_set1_epi16(static_cast<short>(x));
-    const __m128i samples = _mm_xor_si128(_mm_packs_epi16(wide, wide), _mm_set1_epi8(-128));
-    for (int y = 0; y < 8; y++, out += stride) _mm_storel_epi64(reinterpret_cast<__m128i*>(out), samples);
+ private:
+    __m128i low_ = _mm_setzero_si128(), high_ = _mm_setzero_si128();
+};
+
+constexpr int firstPassBits = factorBits - passBits, secondPassBits = factorBits + passBits + 3;
+
+// The second pass, over columns of 16-bit values.
+template <Inputs inputs>
+[[gnu::always_inline]] inline void transformRows(const __m128i* column, std::uint8_t* out,
+                                                 std::ptrdiff_t stride) {
+    constexpr bool all = inputs == Inputs::all;
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i c4 = all ? column[4] : zero, c5 = all ? column[5] : zero;
+    const __m128i c6 = all ? column[6] : zero, c7 = all ? column[7] : zero;
+    const Pairs upper = {_mm_unpacklo_epi16(column[0], c4), _mm_unpacklo_epi16(column[2], c6),
+                         _mm_unpacklo_epi16(column[1], column[3]), _mm_unpacklo_epi16(c5, c7)};
+    storeSamples(transform<secondPassBits, inputs>(upper), out, stride);
+    const Pairs lower = {_mm_unpackhi_epi16(column[0], c4), _mm_unpackhi_epi16(column[2], c6),
+                         _mm_unpackhi_epi16(column[1], column[3]), _mm_unpackhi_epi16(c5, c7)};
+    storeSamples(transform<secondPassBits, inputs>(lower), out + 4 * stride, stride);
 }
 
 inline __m128i dequantised(const std::int16_t* coefs, const std::uint16_t* quant, int row) {
     return _mm_mullo_epi16(_mm_load_si128(reinterpret_cast<const __m128i*>(coefs) + row),
                            _mm_load_si128(reinterpret_cast<const __m128i*>(quant) + row));
 }
-
-constexpr int firstPassBits = factorBits - passBits, secondPassBits = factorBits + passBits + 3;
 
 [[gnu::noinline]] void transformLarge(const std::int16_t* coefs, const std::uint16_t* quant,
                                       std::uint8_t* out, std::ptrdiff_t stride) {
@@ -159,33 +154,50 @@ constexpr int firstPassBits = factorBits - passBits, secondPassBits = factorBits
     inverseDctPlain(block, out, stride);
 }
 
-// For blocks whose coefficients lie in the upper left 4 x 4, as most do: half the lines and half the
-// products. firstPass gives all eight results for the four columns, two results to a vector.
-Eight firstPassOf4x4(const std::int16_t* coefs, const std::uint16_t* quant) {
+// For a block that is DC alone.
+void fill(std::int16_t dc, std::uint8_t* out, std::ptrdiff_t stride) {
+    int x = (dc + 4) >> 3;
+    x = ((x + 512) & 1023) - 512;
+    const __m128i wide = _mm_set1_epi16(static_cast<short>(x));
+    const __m128i samples = _mm_xor_si128(_mm_packs_epi16(wide, wide), _mm_set1_epi8(-128));
+    for (int y = 0; y < 8; y++, out += stride) _mm_storel_epi64(reinterpret_cast<__m128i*>(out), samples);
+}
+
+// For coefficients in the upper left 4 x 4 only, as most blocks have them: half the lines, half the products.
+void transform4x4(const std::int16_t* coefs, const std::uint16_t* quant, std::uint8_t* out,
+                  std::ptrdiff_t stride) {
     const __m128i zero = _mm_setzero_si128();
     const __m128i r0 = dequantised(coefs, quant, 0), r1 = dequantised(coefs, quant, 1);
     const __m128i r2 = dequantised(coefs, quant, 2), r3 = dequantised(coefs, quant, 3);
-    const Pairs columns = {_mm_unpacklo_epi16(r0, zero), _mm_unpacklo_epi16(r2, zero),
-                           _mm_unpacklo_epi16(r1, r3), zero};
-    const Eight sums = transform<firstPassBits, true>(columns);
-    Eight packed;
-    for (int i = 0; i < 4; i++) packed.at[i] = _mm_packs_epi32(sums.at[2 * i], sums.at[2 * i + 1]);
-    return packed;
+    const Pairs pairs = {_mm_unpacklo_epi16(r0, zero), _mm_unpacklo_epi16(r2, zero),
+                         _mm_unpacklo_epi16(r1, r3), zero};
+    const Results results = transform<firstPassBits, Inputs::lower>(pairs);
+    CutWatch watch;
+    watch.see(results);
+    if (watch.mayBeCut()) return transformLarge(coefs, quant, out, stride);
+    __m128i columns[4];
+    storeColumns(results, columns);
+    transformRows<Inputs::lower>(columns, out, stride);
 }
 
-// From rows, two to a vector, to four columns.
-Eight columnsOf(const Eight& rows) {
-    const auto fourRows = [&](int first, __m128i& left, __m128i& right) {
-        const __m128i even = _mm_unpacklo_epi16(rows.at[first], rows.at[first + 1]);
-        const __m128i odd = _mm_unpackhi_epi16(rows.at[first], rows.at[first + 1]);
-        left = _mm_unpacklo_epi16(even, odd);
-        right = _mm_unpackhi_epi16(even, odd);
-    };
-    __m128i upperLeft, upperRight, lowerLeft, lowerRight;
-    fourRows(0, upperLeft, upperRight);
-    fourRows(2, lowerLeft, lowerRight);
-    return {{_mm_unpacklo_epi64(upperLeft, lowerLeft), _mm_unpackhi_epi64(upperLeft, lowerLeft),
-             _mm_unpacklo_epi64(upperRight, lowerRight), _mm_unpackhi_epi64(upperRight, lowerRight)}};
+void transform8x8(const std::int16_t* coefs, const std::uint16_t* quant, std::uint8_t* out,
+                  std::ptrdiff_t stride) {
+    __m128i row[8];
+    for (int i = 0; i < 8; i++) row[i] = dequantised(coefs, quant, i);
+    __m128i columns[8];
+    CutWatch watch;
+    const Pairs left = {_mm_unpacklo_epi16(row[0], row[4]), _mm_unpacklo_epi16(row[2], row[6]),
+                        _mm_unpacklo_epi16(row[1], row[3]), _mm_unpacklo_epi16(row[5], row[7])};
+    const Results leftResults = transform<firstPassBits, Inputs::all>(left);
+    watch.see(leftResults);
+    storeColumns(leftResults, columns);
+    const Pairs right = {_mm_unpackhi_epi16(row[0], row[4]), _mm_unpackhi_epi16(row[2], row[6]),
+                         _mm_unpackhi_epi16(row[1], row[3]), _mm_unpackhi_epi16(row[5], row[7])};
+    const Results rightResults = transform<firstPassBits, Inputs::all>(right);
+    watch.see(rightResults);
+    storeColumns(rightResults, columns + 4);
+    if (watch.mayBeCut()) return transformLarge(coefs, quant, out, stride);
+    transformRows<Inputs::all>(columns, out, stride);
 }
 
 constexpr unsigned lastOf4x4 = 9;  // in zigzag order, all up to here lie in the upper left 4 x 4
@@ -194,19 +206,12 @@ constexpr unsigned lastOf4x4 = 9;  // in zigzag order, all up to here lie in the
 
 void inverseDct(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last, std::uint8_t* out,
                 std::ptrdiff_t stride) {
-    if (last == 0) {
+    if (last == 0)
         fill(static_cast<std::int16_t>(coefs[0] * quant[0]), out, stride);
-    } else if (last <= lastOf4x4) {
-        const Eight rows = firstPassOf4x4(coefs, quant);
-        if (mayBeCut<4>(rows)) return transformLarge(coefs, quant, out, stride);
-        storeSamples(transformLines<secondPassBits, true>(columnsOf(rows)), out, stride);
-    } else {
-        Eight rows;
-        for (int i = 0; i < 8; i++) rows.at[i] = dequantised(coefs, quant, i);
-        const Eight lines = transformLines<firstPassBits, false>(rows);
-        if (mayBeCut<8>(lines)) return transformLarge(coefs, quant, out, stride);
-        storeSamples(transformLines<secondPassBits, false>(transpose(lines)), out, stride);
-    }
+    else if (last <= lastOf4x4)
+        transform4x4(coefs, quant, out, stride);
+    else
+        transform8x8(coefs, quant, out, stride);
 }
 
 }  // namespace orn32::jpeg

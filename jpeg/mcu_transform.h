@@ -9,12 +9,18 @@
 
 namespace orn32::jpeg {
 
-struct QuantisedBlock {
-    const std::int16_t* coefficients;  // in natural order
-    NonzeroMask nonzero;               // in zigzag order
+class QuantisedBlock {
+ public:
+    QuantisedBlock(const TransformedPair& pair, unsigned which)
+        : coefficients_(pair.coefficients[which]), nonzero_(inZigzagOrder(pair.nonzero[which])) {}
 
-    int dc() const { return coefficients[0]; }
-    int at(unsigned k) const { return coefficients[naturalOrder[k]]; }
+    int dc() const { return coefficients_[0]; }
+    int at(unsigned k) const { return coefficients_[naturalOrder[k]]; }
+    PositionMask nonzero() const { return nonzero_; }
+
+ private:
+    const std::int16_t* coefficients_;
+    PositionMask nonzero_;
 };
 
 // A block's component, and its place among the component's blocks of the MCU row.
@@ -55,9 +61,9 @@ class McuTransform {
         TransformedPair pair;
         transform_(at(first), at(second), samples.stride(first.component),
                    quantisers_[frame_.components[first.component].tq], pair);
-        visit(first, QuantisedBlock{pair.coefficients[0], inZigzagOrder(pair.nonzero[0])});
+        visit(first, QuantisedBlock(pair, 0));
         if (at(first) == at(second)) return;
-        visit(second, QuantisedBlock{pair.coefficients[1], inZigzagOrder(pair.nonzero[1])});
+        visit(second, QuantisedBlock(pair, 1));
     }
 
     const EncodeFrame& frame_;

@@ -25,6 +25,8 @@ Output::Output(const Headers& headers, const Layout& layout, const imgdes& image
         plane.blockColumns = lastColumn * plane.h / layout.hMax / 8 + 1;
         plane.stride = static_cast<std::ptrdiff_t>(plane.blockColumns) * 8;
         plane.quant = headers.quant[headers.components[c].tq].values;
+        for (unsigned y = 0; y < layout.mcuHeight; y++)
+            plane.sampleRow[y] = static_cast<std::uint8_t>(y * plane.v / layout.vMax);
         plane.direct = fit == Fit::cut && plane.h == layout.hMax;
     }
     if (conversion != Conversion::ycbcr || layout.count < 3 || !chromaIsHalf()) return;
@@ -41,35 +43,51 @@ bool Output::allocate() {
         Plane& plane = planes_[c];
         const std::uint64_t rows = plane.v * 8;
         plane.samples = {MemoryEntry::first, rows * static_cast<unsigned>(plane.stride) + rowMargin};
-        plane.columnWanted = {MemoryEntry::first, plane.blockColumns};
         plane.sampleOf = {MemoryEntry::first, size_.width};
+        plane.firstColumn = {MemoryEntry::first, plane.blockColumns + 1};
         plane.line = {MemoryEntry::first, size_.width + rowMargin};
-        if (!plane.samples || !plane.columnWanted || !plane.sampleOf || !plane.line) return false;
+        if (!plane.samples || !plane.sampleOf || !plane.firstColumn || !plane.line) return false;
         mapColumns(plane);
     }
     return true;
 }
 
 void Output::mapColumns(const Plane& plane) const {
-    std::memset(plane.columnWanted.get(), 0, plane.blockColumns);
+    unsigned block = 0;
+    plane.firstColumn[0] = 0;
     for (unsigned x = 0; x < size_.width; x++) {
         const unsigned sample = pictureColumn(x) * plane.h / layout_.hMax;
         plane.sampleOf[x] = static_cast<std::uint16_t>(sample);
-        plane.columnWanted[sample / 8] = true;
+        while (block < sample / 8) plane.firstColumn[++block] = static_cast<std::uint16_t>(x);
     }
+    plane.firstColumn[plane.blockColumns] = static_cast<std::uint16_t>(size_.width);
 }
 
 void Output::beginRow(unsigned mcuRow) {
-    firstRow_ = mcuRow * layout_.mcuHeight;
-    for (unsigned c = 0; c < layout_.count; c++) {
-        Plane& plane = planes_[c];
+    for (Plane& plane : planes_) {
         plane.lineRow = noRow;
-        std::fill(std::begin(plane.rowWanted), std::end(plane.rowWanted), false);
-        for (unsigned y = nextRow_; y < size_.height; y++) {
-            const unsigned row = pictureRow(y) - firstRow_;
-            if (row >= layout_.mcuHeight) break;
-            plane.rowWanted[row * plane.v / layout_.vMax / 8] = true;
-        }
+        std::fill(std::begin(plane.rowsWanted), std::end(plane.rowsWanted), 0u);
+    }
+    const unsigned firstRow = mcuRow * layout_.mcuHeight;
+    shownRows_ = 0;
+    for (unsigned y = nextRow_; y < size_.height; y++) {
+        const unsigned row = pictureRow(y) - firstRow;
+        if (row >= layout_.mcuHeight) break;
+        shownRow_[shownRows_++] = static_cast<std::uint8_t>(row);
+        for (Plane& plane : planes_) plane.rowsWanted[plane.sampleRow[row] / 8]++;
+    }
+}
+
+// Only the samples that are shown.
+void Output::placeSamples(const Plane& plane, unsigned x, unsigned y, const std::int16_t* coefs,
+                          unsigned last) {
+    for (unsigned shown = 0; shown < shownRows_; shown++) {
+        const unsigned row = plane.sampleRow[shownRow_[shown]];
+        if (row / 8 != y) continue;
+        std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
+        const unsigned first = plane.firstColumn[x];
+        inverseDctSamples(coefs, plane.quant, last, row % 8, plane.sampleOf.get() + first,
+                          plane.firstColumn[x + 1] - first, samples);
     }
 }
 
@@ -95,12 +113,10 @@ unsigned Output::columnsOf(unsigned mcus) const {
 
 void Output::endRow(unsigned mcus) {
     const unsigned columns = columnsOf(mcus);
-    for (; nextRow_ < size_.height; nextRow_++) {
-        const unsigned row = pictureRow(nextRow_) - firstRow_;
-        if (row >= layout_.mcuHeight) break;
+    for (unsigned shown = 0; shown < shownRows_; shown++, nextRow_++) {
         PlaneRows rows = {};
         for (unsigned c = 0; c < layout_.count; c++)
-            rows.at[c] = lineOf(planes_[c], row * planes_[c].v / layout_.vMax, columns);
+            rows.at[c] = lineOf(planes_[c], planes_[c].sampleRow[shownRow_[shown]], columns);
         if (grey_)
             std::memcpy(area_[nextRow_], rows.at[0], columns);
         else

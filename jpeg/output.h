@@ -32,35 +32,45 @@ class Output {
     // A block of component c at block column x of the row and block row y of the MCU; last as for inverseDct.
     void place(unsigned c, unsigned x, unsigned y, const std::int16_t* coefs, unsigned last) {
         const Plane& plane = planes_[c];
-        if (x < plane.blockColumns && plane.columnWanted[x] && plane.rowWanted[y])
-            inverseDct(coefs, plane.quant, last, plane.samples.get() + (y * plane.stride + x) * 8,
-                       plane.stride);
+        if (x >= plane.blockColumns) return;
+        const unsigned wanted = (plane.firstColumn[x + 1] - plane.firstColumn[x]) * plane.rowsWanted[y];
+        if (wanted == 0) return;
+        std::uint8_t* samples = plane.samples.get() + (static_cast<std::ptrdiff_t>(y) * plane.stride + x) * 8;
+        if (wanted > fewSamples)
+            inverseDct(coefs, plane.quant, last, samples, plane.stride);
+        else
+            placeSamples(plane, x, y, coefs, last);
     }
 
     // Writes the pixels of the first mcus MCUs of the row.
     void endRow(unsigned mcus);
 
  private:
+    static constexpr unsigned tallestMcu = 32;
+
     struct Plane {
         unsigned h, v;
         unsigned blockColumns;  // from the left, as far as there is something to show
         std::ptrdiff_t stride;  // from one row of samples to the next
         const std::uint16_t* quant;
         WorkArray<std::uint8_t> samples;
-        WorkArray<std::uint8_t> columnWanted;  // per block column: whether any of its samples is shown
         WorkArray<std::uint16_t> sampleOf;     // per shown column: the sample it is taken from
+        WorkArray<std::uint16_t> firstColumn;  // per block column, and one more: the first shown one in it
         WorkArray<std::uint8_t> line;          // a row of samples, one for each pixel shown
-        bool rowWanted[maxComponents];         // per block row of the MCU
+        std::uint8_t sampleRow[tallestMcu];    // per row of the MCU: the row of samples it is taken from
+        unsigned rowsWanted[maxComponents];    // per block row of the MCU: how many shown rows lie in it
         unsigned lineRow;                      // row of samples that line holds
         bool direct;                           // rows of samples are used as they are
     };
     static constexpr unsigned noRow = ~0u;
+    static constexpr unsigned fewSamples = 4;  // up to here they are cheaper one by one than as a block
 
     // The picture's column or row that a shown one is taken from.
     unsigned pictureColumn(unsigned x) const { return fit_ == Fit::cut ? x : x * width_ / size_.width; }
     unsigned pictureRow(unsigned y) const { return fit_ == Fit::cut ? y : y * height_ / size_.height; }
 
     void mapColumns(const Plane& plane) const;
+    void placeSamples(const Plane& plane, unsigned x, unsigned y, const std::int16_t* coefs, unsigned last);
     bool chromaIsHalf() const;
     unsigned columnsOf(unsigned mcus) const;
     const std::uint8_t* lineOf(Plane& plane, unsigned row, unsigned columns);
@@ -73,8 +83,9 @@ class Output {
     unsigned width_, height_;  // of the picture
     RowConverter convert_;
     unsigned mcuRows_;
-    unsigned firstRow_ = 0;  // the picture's row that the MCU row begins with
-    unsigned nextRow_ = 0;   // the first shown row that is not yet written
+    unsigned shownRows_ = 0;  // how many rows of the MCU row are shown, and which
+    std::uint8_t shownRow_[tallestMcu];
+    unsigned nextRow_ = 0;  // the first shown row that is not yet written
     Plane planes_[maxComponents] = {};
 };
 

@@ -14,17 +14,19 @@ class EndOfBandRun {
  public:
     EndOfBandRun(Pass& pass, unsigned slot) : pass_(pass), slot_(slot) {}
 
-    void extend(const CorrectionBits& corrections = {}) {
-        length_++;
+    void extend() {
+        if (++length_ == longest) end();
+    }
+    void extend(const CorrectionBits& corrections) {
         pass_.hold(corrections);
-        if (length_ == longest) end();
+        extend();
     }
 
     void end() {
         if (length_ == 0) return;
         const unsigned n = static_cast<unsigned>(std::bit_width(length_)) - 1;
         pass_.ac(slot_).put(n << 4, 0);
-        pass_.put(length_ - (1u << n), n);
+        if (n > 0) pass_.put(length_ - (1u << n), n);
         pass_.putHeld();
         length_ = 0;
     }
@@ -100,71 +102,91 @@ class ScanCoder {
         run.end();
     }
 
-    NonzeroMask band(NonzeroMask mask) const {
-        const std::uint64_t inBand = ~std::uint64_t{0} << scan_.ss & ~std::uint64_t{0} >> (63 - scan_.se);
-        return {mask.low & static_cast<std::uint32_t>(inBand),
-                mask.high & static_cast<std::uint32_t>(inBand >> 32)};
-    }
-
-    // A coefficient at the scan's precision, rounded towards zero.
-    int scaled(int value) const {
-        const int sign = value >> 31;
-        return ((((value ^ sign) - sign) >> scan_.al) ^ sign) - sign;
+    // The block's coefficients in the band that are not zero without some low bits.
+    PositionMask nonzeroInBand(const StoredBlock& block, unsigned leftOut) const {
+        return block.nonzero(leftOut) & upTo(scan_.se).without(before(scan_.ss));
     }
 
     void codeFirst(const StoredBlock& block, EndOfBandRun<Pass>& run) {
         auto sink = pass_.ac(slot());
         unsigned next = scan_.ss;
-        forEachBit(band(block.nonzero), [&](unsigned k) {
-            const int value = scaled(block.at(k));
-            if (value == 0) return;
+        forEachBit(nonzeroInBand(block, scan_.al), [&](unsigned k) {
             run.end();
             unsigned zeros = k - next;
             for (; zeros > 15; zeros -= 16) sink.put(sixteenZeros, 0);
-            sink.putValue(zeros, value);
+            sink.putValue(zeros, towardsZero(block.at(k)));
             next = k + 1;
         });
         if (next <= scan_.se) run.extend();
     }
 
-    // Coefficients that became known in an earlier scan get a bit more; those that are 1 or -1 at this
-    // precision are new, and coded with the zeros before them, known ones not counted.
-    void refine(const StoredBlock& block, EndOfBandRun<Pass>& run) {
-        auto sink = pass_.ac(slot());
-        const NonzeroMask mask = band(block.nonzero);
-        unsigned lastNew = 0;
-        forEachBit(mask, [&](unsigned k) {
-            if (isNew(scaled(block.at(k)))) lastNew = k;
-        });
-        CorrectionBits corrections;
-        const auto putCorrections = [&] {
-            pass_.put(corrections);
-            corrections = {};
-        };
-        unsigned zeros = 0, next = scan_.ss;
-        forEachBit(mask, [&](unsigned k) {
-            const int value = scaled(block.at(k));
-            if (value == 0) return;
-            zeros += k - next;
-            next = k + 1;
-            for (; zeros > 15 && k <= lastNew; zeros -= 16) {
-                run.end();
-                sink.put(sixteenZeros, 0);
-                putCorrections();
-            }
-            if (!isNew(value)) {
-                corrections.append(static_cast<unsigned>(value < 0 ? -value : value) & 1);
-                return;
-            }
-            run.end();
-            sink.put(zeros << 4 | 1, value > 0);
-            putCorrections();
-            zeros = 0;
-        });
-        if (zeros > 0 || next <= scan_.se || corrections.count > 0) run.extend(corrections);
+    // A coefficient without its lowest bits.
+    int towardsZero(int value) const {
+        const int sign = value >> 31;
+        return ((((value ^ sign) - sign) >> scan_.al) ^ sign) - sign;
     }
 
-    static bool isNew(int value) { return value == 1 || value == -1; }
+    // Coefficients that are known from earlier scans get one bit more. New ones are 1 or -1 at this
+    // precision: they are coded with the number of zeros before them, in which known ones do not count, and
+    // bring along the bits of the known ones before them.
+    void refine(const StoredBlock& block, EndOfBandRun<Pass>& run) {
+        auto sink = pass_.ac(slot());
+        PositionMask known = nonzeroInBand(block, scan_.ah);
+        unsigned next = scan_.ss;
+        forEachBit(nonzeroInBand(block, scan_.al).without(known), [&](unsigned k) {
+            run.end();
+            PositionMask passed = known & before(k);
+            known = known.without(before(k));
+            unsigned zeros = k - next - count(passed);
+            if (zeros > 15) putSixteens(block, passed, next, k, zeros);
+            sink.put(zeros << 4 | 1, block.at(k) > 0);
+            pass_.put(corrections(block, passed));
+            next = k + 1;
+        });
+        if (next <= scan_.se) run.extend(corrections(block, known));
+    }
+
+    // Sixteen zeros are coded as soon as a coefficient that is not zero lies behind them, new or known; the
+    // bits of the known ones passed until then come along. What is left of these and of the zeros goes with
+    // the new coefficient at end.
+    void putSixteens(const StoredBlock& block, PositionMask& known, unsigned next, unsigned end,
+                     unsigned& zeros) {
+        auto sink = pass_.ac(slot());
+        zeros = 0;
+        const PositionMask all = known;
+        const auto pass = [&](unsigned k) {
+            zeros += k - next;
+            next = k + 1;
+            for (; zeros > 15; zeros -= 16) {
+                sink.put(sixteenZeros, 0);
+                pass_.put(corrections(block, known & before(k)));
+                known = known.without(before(k));
+            }
+        };
+        forEachBit(all, pass);
+        pass(end);
+    }
+
+    CorrectionBits corrections(const StoredBlock& block, const PositionMask& which) const {
+        return {block, which, scan_.al};
+    }
+
+    // Positions below one, from 0 to 63.
+    static PositionMask before(unsigned k) {
+        if (k < 32) return {(1u << k) - 1, 0};
+        return {~0u, (1u << (k - 32)) - 1};
+    }
+    static PositionMask upTo(unsigned k) {
+        PositionMask mask = before(k);
+        mask.set(k, true);
+        return mask;
+    }
+    static unsigned count(const PositionMask& mask) {
+        unsigned n = 0;
+        forEachBit(mask, [&](unsigned) { n++; });
+        return n;
+    }
+
     unsigned slot() const { return frame_.components[scan_.components[0]].ta; }
 
     Pass& pass_;

@@ -2,32 +2,34 @@
 // procedures, which run once for each.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 
 #include "core/memory.h"
 #include "jpeg/bit_writer.h"
 #include "jpeg/block_coder.h"
+#include "jpeg/coefficient_planes.h"
 
 namespace orn32::jpeg {
 
-// Up to 63 bits that correct coefficients known from earlier scans, in the order in which they are to come.
+// Bits that correct coefficients known from earlier scans, in their order.
 struct CorrectionBits {
-    std::uint64_t bits = 0;
-    unsigned count = 0;
+    const StoredBlock& block;
+    PositionMask which;
+    unsigned leftOut;  // bits below the one that is written
 
-    void append(unsigned bit) {
-        bits = bits << 1 | bit;
-        count++;
-    }
     // Calls visit(bits, n) for pieces of n bits, 1 to 24.
     template <class Visit>
     void forEachPiece(Visit visit) const {
-        for (unsigned left = count; left > 0;) {
-            const unsigned n = std::min(left, 24u);
-            left -= n;
-            visit(static_cast<std::uint32_t>(bits >> left) & ((1u << n) - 1), n);
-        }
+        std::uint32_t bits = 0;
+        unsigned n = 0;
+        forEachBit(which, [&](unsigned k) {
+            const int value = block.at(k);
+            bits = bits << 1 | (static_cast<unsigned>(value < 0 ? -value : value) >> leftOut & 1);
+            if (++n < 24) return;
+            visit(bits, n);
+            bits = n = 0;
+        });
+        if (n > 0) visit(bits, n);
     }
 };
 

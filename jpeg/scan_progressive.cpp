@@ -1,5 +1,6 @@
 // Progressive scans (T.81 G): each adds a band of coefficients or one more bit of them.
 #include <algorithm>
+#include <bit>
 
 #include "jpeg/decoder.h"
 #include "jpeg/error.h"
@@ -16,6 +17,21 @@ bool isValid(const Scan& scan) {
     if (scan.ah && scan.al != scan.ah - 1) return false;
     return scan.al < 14;
 }
+
+// Coefficients of a block: bit k is the k-th in zigzag order.
+using Set = std::uint64_t;
+
+constexpr Set bit(unsigned k) {
+    return Set{1} << k;
+}
+constexpr Set upTo(unsigned k) {
+    return (bit(k) << 1) - 1;
+}
+
+struct Block {
+    std::int16_t* coefs;
+    Set& nonzero;  // of the AC coefficients
+};
 
 class ProgressiveScan {
  public:
@@ -54,7 +70,7 @@ class ProgressiveScan {
     }
 
     void decodeDcAlone(unsigned c) {
-        forEachBlock(c, [&](std::int16_t* coefs) { decodeDc(c, coefs); });
+        forEachBlock(c, [&](Block block) { decodeDc(c, block.coefs); });
     }
 
     void decodeDc(unsigned c, std::int16_t* coefs) {
@@ -74,9 +90,9 @@ class ProgressiveScan {
             rowHasAc_ = &coefficients_.rowHasAc(c, y);
             if (passRow(layout.blocksAcross)) continue;
             if (scan_.ah)
-                forEachBlockOfRow(c, y, [&](std::int16_t* coefs) { refineAc(table, coefs); });
+                forEachBlockOfRow(c, y, [&](Block block) { refineAc(table, block); });
             else
-                forEachBlockOfRow(c, y, [&](std::int16_t* coefs) { decodeAcFirst(table, coefs); });
+                forEachBlockOfRow(c, y, [&](Block block) { decodeAcFirst(table, block); });
         }
     }
 
@@ -89,83 +105,87 @@ class ProgressiveScan {
         return true;
     }
 
-    void decodeAcFirst(const DecodeTable& table, std::int16_t* coefs) {
+    void decodeAcFirst(const DecodeTable& table, Block block) {
         if (endOfBandRun_ > 0) {
             endOfBandRun_--;
             return;
         }
+        BitReader::Cursor at = bits_.cursor();
         for (unsigned k = scan_.ss; k <= scan_.se; k++) {
-            const LookEntry entry = bits_.next(table, blockSize - k);
-            const unsigned run = entry >> 8 & 0xFF;
-            if (run >= endOfBand) {
-                endOfBandRun_ = readEndOfBandRun(run) - 1;
-                return;
+            const LookEntry entry = bits_.next(at, table);
+            k += runOf(entry);
+            if (k >= blockSize) {
+                if (runOf(entry) >= endOfBand)
+                    endOfBandRun_ = readEndOfBandRun(at, runOf(entry)) - 1;
+                else
+                    BitReader::giveBackValue(at, entry);
+                break;
             }
-            k += run;
-            if (k >= blockSize) return;
-            const int value = valueOf(entry);
-            if (value) put(coefs, k, value * (1 << scan_.al));
+            const int value = bits_.value(at, entry);
+            if (value) put(block, k, value * (1 << scan_.al));
         }
+        bits_.setCursor(at);
     }
 
-    void put(std::int16_t* coefs, unsigned k, int value) {
-        coefs[naturalOrder[k]] = static_cast<std::int16_t>(value);
+    void put(Block block, unsigned k, int value) {
+        std::int16_t& coef = block.coefs[naturalOrder[k]];
+        coef = static_cast<std::int16_t>(value);
+        block.nonzero |= bit(k);
+        if (coef == 0) [[unlikely]]  // too large for 16 bits
+            block.nonzero &= ~bit(k);
         *rowHasAc_ = true;
     }
 
-    int valueOf(LookEntry entry) {
-        if (entry & entryComplete) return static_cast<std::int32_t>(entry) >> 16;
-        const unsigned count = entry >> 16;
-        return extend(bits_.take(count), count);
-    }
-
     // Blocks that the run covers, the one at hand included.
-    unsigned readEndOfBandRun(unsigned run) {
+    unsigned readEndOfBandRun(BitReader::Cursor& at, unsigned run) {
         const unsigned r = run - endOfBand;
-        return (1u << r) + bits_.take(r);
+        return (1u << r) + bits_.take(at, r);
     }
 
     // New coefficients come with their place among those that are 0; the others get a correction bit each as
     // they are passed (T.81 G.1.2.3).
-    void refineAc(const DecodeTable& table, std::int16_t* coefs) {
-        unsigned k = scan_.ss;
-        if (endOfBandRun_ == 0) {
-            for (; k <= scan_.se; k++) {
-                const LookEntry entry = bits_.next(table);
-                unsigned run = entry >> 8 & 0xFF;
-                if (run >= endOfBand) {
-                    endOfBandRun_ = readEndOfBandRun(run);
-                    break;
-                }
-                const int value = valueOf(entry);
-                k = passZeros(coefs, k, run);
-                if (value && k <= scan_.se) put(coefs, k, value > 0 ? 1 << scan_.al : -(1 << scan_.al));
+    void refineAc(const DecodeTable& table, Block block) {
+        BitReader::Cursor at = bits_.cursor();
+        Set rest = upTo(scan_.se) & ~upTo(scan_.ss - 1u);  // of the band, what is not passed yet
+        while (endOfBandRun_ == 0 && rest) {
+            const LookEntry entry = bits_.next(at, table);
+            if (runOf(entry) >= endOfBand) {
+                endOfBandRun_ = readEndOfBandRun(at, runOf(entry));
+                break;
             }
+            const int value = bits_.value(at, entry);
+            Set zeros = rest & ~block.nonzero;
+            for (unsigned run = runOf(entry); run > 0 && zeros; run--) zeros &= zeros - 1;
+            const Set place = zeros & (0 - zeros);  // none if the band has not that many
+            const Set passed = place ? rest & (place - 1) : rest;
+            correct(at, block.coefs, passed & block.nonzero);
+            if (value && place)
+                put(block, static_cast<unsigned>(std::countr_zero(place)),
+                    value > 0 ? 1 << scan_.al : -(1 << scan_.al));
+            rest &= ~(passed | place);
         }
         if (endOfBandRun_ > 0) {
-            if (hasAc(coefs)) passZeros(coefs, k, blockSize);
+            correct(at, block.coefs, rest & block.nonzero);
             endOfBandRun_--;
         }
+        bits_.setCursor(at);
     }
 
-    // Corrects the coefficients from k on that are not 0, up to the zero after run others, and returns where
-    // that is: behind the band if there is none.
-    unsigned passZeros(std::int16_t* coefs, unsigned k, unsigned run) {
-        for (; k <= scan_.se; k++) {
-            std::int16_t& coef = coefs[naturalOrder[k]];
-            if (coef)
-                correct(coef);
-            else if (run-- == 0)
-                break;
+    // Gives each of the coefficients its correction bit, away from 0. A bit that is set already stays: only a
+    // repeated scan has one.
+    void correct(BitReader::Cursor& at, std::int16_t* coefs, Set which) {
+        correctHalf(at, coefs, naturalOrder, static_cast<std::uint32_t>(which));
+        correctHalf(at, coefs, naturalOrder + 32, static_cast<std::uint32_t>(which >> 32));
+    }
+
+    void correctHalf(BitReader::Cursor& at, std::int16_t* coefs, const std::uint8_t* order,
+                     std::uint32_t which) {
+        for (; which; which &= which - 1) {
+            std::int16_t& coef = coefs[order[std::countr_zero(which)]];
+            const int sign = coef >> 15;  // 0 or -1
+            const int correction = static_cast<int>(bits_.take(at, 1) << scan_.al) & ~coef;
+            coef = static_cast<std::int16_t>(coef + ((correction ^ sign) - sign));
         }
-        return k;
-    }
-
-    // A bit that is set already stays: only a repeated scan has one.
-    void correct(std::int16_t& coef) {
-        const int bit = 1 << scan_.al;
-        if (bits_.take(1) && !(coef & bit))
-            coef = static_cast<std::int16_t>(coef > 0 ? coef + bit : coef - bit);
     }
 
     // The blocks of a component alone, row by row.
@@ -181,7 +201,7 @@ class ProgressiveScan {
         const unsigned across = d_.layout.components[c].blocksAcross;
         for (unsigned x = 0; x < across; x++) {
             if (x % d_.layout.mcusPerRestartStep == 0) restartIfDue();
-            visit(coefficients_.block(c, x, y));
+            visit(Block{coefficients_.block(c, x, y), coefficients_.nonzero(c, x, y)});
             stopIfCut();
         }
     }

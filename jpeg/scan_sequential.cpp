@@ -6,32 +6,55 @@
 
 namespace orn32::jpeg {
 
+namespace {
+
+inline int differenceAt(BitReader& bits, BitReader::Cursor& at, const DecodeTable& table) {
+    const LookEntry entry = bits.next(at, table);
+    const unsigned run = runOf(entry);
+    if (run != 0 && run != endOfBand) [[unlikely]]
+        fail(Detail::huffmanCode);  // more than 15 value bits
+    return bits.value(at, entry);
+}
+
+// False at the end of the block.
+[[gnu::always_inline]] inline bool decodeCoefficient(BitReader& bits, BitReader::Cursor& at,
+                                                     const DecodeTable& ac, std::int16_t* coefs,
+                                                     unsigned& last) {
+    const LookEntry entry = bits.next(at, ac);
+    const unsigned k = last + 1 + runOf(entry);
+    if (k >= blockSize) {
+        if (runOf(entry) < endOfBand) BitReader::giveBackValue(at, entry);
+        return false;
+    }
+    coefs[naturalOrder[k]] = static_cast<std::int16_t>(bits.value(at, entry));
+    last = k;
+    return k < blockSize - 1;
+}
+
+}  // namespace
+
 int decodeDifference(BitReader& bits, const DecodeTable& table) {
-    const LookEntry entry = bits.next(table);
-    const unsigned run = entry >> 8 & 0xFF;
-    if (run != 0 && run != endOfBand) fail(Detail::huffmanCode);  // more than 15 value bits
-    if (entry & entryComplete) return static_cast<std::int32_t>(entry) >> 16;
-    const unsigned count = entry >> 16;
-    return extend(bits.take(count), count);
+    BitReader::Cursor at = bits.cursor();
+    const int difference = differenceAt(bits, at, table);
+    bits.setCursor(at);
+    return difference;
 }
 
 unsigned decodeBlock(BitReader& bits, const DecodeTable& dc, const DecodeTable& ac, std::int16_t& predictor,
                      std::int16_t* coefs) {
-    predictor = static_cast<std::int16_t>(predictor + decodeDifference(bits, dc));
+    BitReader::Cursor at = bits.cursor();
+    predictor = static_cast<std::int16_t>(predictor + differenceAt(bits, at, dc));
     coefs[0] = predictor;
+    // Whether bits run short behind a symbol is a matter of chance, and guessing it wrong costs more than
+    // filling before every second one: two complete ones never need more.
+    static_assert(2 * lookBits <= 24);
     unsigned last = 0;
-    for (unsigned k = 1; k < blockSize; k++) {
-        const LookEntry entry = bits.next(ac, blockSize - k);
-        k += entry >> 8 & 0xFF;
-        if (k >= blockSize) break;
-        int value = static_cast<std::int32_t>(entry) >> 16;
-        if (!(entry & entryComplete)) {
-            const unsigned count = entry >> 16;
-            value = extend(bits.take(count), count);
-        }
-        coefs[naturalOrder[k]] = static_cast<std::int16_t>(value);
-        last = k;
+    for (;;) {
+        bits.fill(at);
+        if (!decodeCoefficient(bits, at, ac, coefs, last)) break;
+        if (!decodeCoefficient(bits, at, ac, coefs, last)) break;
     }
+    bits.setCursor(at);
     return last;
 }
 
@@ -70,7 +93,8 @@ class InterleavedScan {
             const DecodeTable& ac = d_.tables.ac(d_.component(c));
             for (unsigned y = 0; y < layout.v; y++)
                 for (unsigned x = 0; x < layout.h; x++) {
-                    alignas(16) std::int16_t coefs[blockSize] = {};
+                    alignas(16) std::int16_t coefs[blockSize];
+                    clearBlock(coefs);
                     const unsigned last = decodeBlock(bits_, dc, ac, predictors_[c], coefs);
                     if (bits_.overrun()) fail(Detail::endOfData);
                     d_.output.place(c, mcu * layout.h + x, y, coefs, last);
@@ -137,9 +161,10 @@ class CollectingScan {
     // A component that comes in two scans has only the second one's coefficients.
     void decodeInto(unsigned c, unsigned x, unsigned y) {
         std::int16_t* coefs = coefficients_.block(c, x, y);
-        std::fill_n(coefs, blockSize, std::int16_t{0});
-        decodeBlock(bits_, d_.tables.dc(d_.component(c)), d_.tables.ac(d_.component(c)), predictors_[c],
-                    coefs);
+        clearBlock(coefs);
+        const unsigned last = decodeBlock(bits_, d_.tables.dc(d_.component(c)), d_.tables.ac(d_.component(c)),
+                                          predictors_[c], coefs);
+        coefficients_.nonzero(c, x, y) = std::uint64_t{1} << last;
         if (bits_.overrun()) fail(Detail::endOfData);
     }
 

@@ -1,7 +1,5 @@
-// The checksum of a chunk's type and data: zlib's CRC-32, which takes several words at a time.
+// The checksum of a chunk's type and data: CRC-32 as zlib has it.
 #pragma once
-
-#include <zlib.h>
 
 #include <cstdint>
 
@@ -10,9 +8,7 @@ namespace orn32::png {
 class Crc {
  public:
     void restart() { value_ = 0; }
-    void add(const std::uint8_t* bytes, std::uint32_t count) {
-        value_ = static_cast<std::uint32_t>(crc32(value_, bytes, count));
-    }
+    void add(const std::uint8_t* bytes, std::uint32_t count);
     std::uint32_t value() const { return value_; }
 
  private:

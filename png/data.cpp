@@ -8,7 +8,7 @@
 namespace orn32::png {
 namespace {
 
-constexpr std::uint32_t windowBytes = 65536;
+constexpr std::uint32_t windowBytes = 131072;
 
 void startCrc(Crc& crc) {
     static constexpr std::uint8_t type[4] = {'I', 'D', 'A', 'T'};

@@ -13,6 +13,8 @@ namespace {
 // copy of the last 32 KB after every call.
 constexpr std::uint32_t aheadBytes = 131072;
 
+constexpr int windowBits = 15;
+
 // Filters may touch a few bytes behind a row.
 constexpr std::uint32_t slackBytes = 16;
 
@@ -26,7 +28,8 @@ RowSource::RowSource(InputStream& in, const Place& data, std::uint64_t longest)
       next_(buffer_.get()),
       end_(next_) {
     if (!buffer_) throw Failure{ERR_MEMORY};
-    if (inflateInit2(&zlib_, 15) != Z_OK) fail(zlibWontStart);
+    if (inflateInit2(&zlib_, windowBits) != Z_OK) fail(zlibWontStart);
+    inflateValidate(&zlib_, 0);
 }
 
 RowSource::~RowSource() {
@@ -67,31 +70,46 @@ void RowSource::refill() {
 // Fills the buffer up, or stops at the data's end or first fault.
 void RowSource::decompress() {
     std::uint8_t* limit = buffer_.get() + capacity_;
-    while (end_ < limit && !complete_ && !fault_) {
-        if (zlib_.avail_in == 0 && !fetchInput()) break;
-        zlib_.next_out = end_;
-        zlib_.avail_out = static_cast<uInt>(limit - end_);
-        const int result = inflate(&zlib_, Z_NO_FLUSH);
-        end_ = zlib_.next_out;
-        if (result == Z_STREAM_END)
-            complete_ = true;
-        else if (result == Z_MEM_ERROR)
-            fault_ = Failure{ERR_MEMORY};
-        else if (result != Z_OK)
-            fault_ = Failure{ERR_PNG, corruptData};
-    }
+    while (end_ < limit && !complete_ && !fault_)
+        if (zlib_.avail_in > 0 || fetchInput()) decompressOnce(limit);
+}
+
+// zlib spends a good part of its time on the checksum at the stream's end. It has been told to leave that
+// out: it is done here, with wider instructions.
+void RowSource::decompressOnce(std::uint8_t* limit) {
+    zlib_.next_out = end_;
+    zlib_.avail_out = static_cast<uInt>(limit - end_);
+    const int result = inflate(&zlib_, Z_NO_FLUSH);
+    adler_.add(end_, static_cast<std::size_t>(zlib_.next_out - end_));
+    end_ = zlib_.next_out;
+    if (result == Z_STREAM_END && lastInputBytes() == adler_.value())
+        complete_ = true;
+    else if (result == Z_MEM_ERROR)
+        fault_ = Failure{ERR_MEMORY};
+    else if (result != Z_OK)
+        fault_ = Failure{ERR_PNG, corruptData};
 }
 
 bool RowSource::fetchInput() {
+    lastBytesBefore_ = lastInputBytes();
     try {
-        const std::span<const std::uint8_t> bytes = data_.next();
-        zlib_.next_in = const_cast<Bytef*>(bytes.data());
-        zlib_.avail_in = static_cast<uInt>(bytes.size());
-        if (bytes.empty()) fault_ = Failure{ERR_PNG, badDataLength};
+        input_ = data_.next();
+        zlib_.next_in = const_cast<Bytef*>(input_.data());
+        zlib_.avail_in = static_cast<uInt>(input_.size());
+        if (input_.empty()) fault_ = Failure{ERR_PNG, badDataLength};
     } catch (const Failure& failure) {
         fault_ = failure;
     }
     return !fault_;
+}
+
+// The last four bytes that zlib has taken, some of which may be in the input before.
+std::uint32_t RowSource::lastInputBytes() const {
+    const std::size_t taken = input_.size() - zlib_.avail_in;
+    std::uint32_t bytes = lastBytesBefore_;
+    for (std::size_t i = taken - std::min<std::size_t>(taken, 4); i < taken; i++)
+        bytes = bytes << 8 | input_[i];
+    return bytes;
 }
 
 }  // namespace orn32::png

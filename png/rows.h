@@ -8,6 +8,7 @@
 
 #include "core/boundary.h"
 #include "core/memory.h"
+#include "png/adler.h"
 #include "png/data.h"
 
 namespace orn32::png {
@@ -37,12 +38,17 @@ class RowSource {
     std::uint64_t available() const { return static_cast<std::uint64_t>(end_ - next_); }
     void refill();
     void decompress();
+    void decompressOnce(std::uint8_t* limit);
     bool fetchInput();
+    std::uint32_t lastInputBytes() const;
 
     std::uint64_t capacity_;
     WorkArray<std::uint8_t> buffer_;
     DataChunks data_;
     z_stream zlib_;
+    std::span<const std::uint8_t> input_;
+    std::uint32_t lastBytesBefore_ = 0;  // the last four in front of the input
+    Adler adler_;
     std::uint8_t* previous_ = nullptr;
     std::uint8_t* current_ = nullptr;
     std::uint8_t* next_;

@@ -14,14 +14,9 @@ namespace orn32 {
 namespace {
 
 void greyFromIndices(const imgdes& source, const imgdes& destination) {
-    const PaletteTable palette(source);
-    std::uint8_t table[256] = {};
-    const int known = std::min(source.palcolors, 256);
-    for (int i = 0; i < known; i++) {
-        const std::uint32_t colour = palette.colour[i];
-        table[i] = greyLevel(colour & 0xFF, colour >> 8 & 0xFF, colour >> 16);
-    }
-    mapIndices(table, source, destination);
+    std::uint8_t levels[256];
+    greyLevelsOfIndices(levels, source);
+    mapIndices(levels, source, destination);
 }
 
 void greyFromColours(const imgdes& source, const imgdes& destination) {
@@ -77,6 +72,15 @@ bool bothBitCountsWrong(const imgdes& source, unsigned sourceBits, const imgdes&
 }
 
 }  // namespace
+
+void greyLevelsOfIndices(std::uint8_t (&levels)[256], const imgdes& image) {
+    const PaletteTable palette(image);
+    const int known = std::clamp(image.palcolors, 0, 256);
+    for (int i = 0; i < 256; i++) {
+        const std::uint32_t colour = i < known ? palette.colour[i] : 0;
+        levels[i] = greyLevel(colour & 0xFF, colour >> 8 & 0xFF, colour >> 16);
+    }
+}
 
 void greyRow(std::uint8_t* grey, const std::uint8_t* bgr, unsigned count) {
     unsigned x = 0;

@@ -40,7 +40,7 @@ class MatchCache {
     WorkArray<std::uint16_t> indices_;
 };
 
-// One call's work. Each loop over pixels is a function of its own, not inlined: it needs all registers.
+// One call's work. Its loops over pixels are functions of their own, not inlined: they need all registers.
 template <class Search>
 class Matching {
  public:
@@ -54,19 +54,20 @@ class Matching {
             [&](const std::uint8_t* bgr, std::uint8_t*, unsigned y) { mapRow(to_[y], bgr, size.width); });
     }
 
-    // Two rows at once, unless they might lie in one image: then none may be read before the row two above it
-    // is written.
-    void diffuse(DiffusionRows& rows, Size size, bool inPairs) {
-        const auto load = [&](std::uint8_t* bgr, unsigned y) { from_.load(bgr, y, size.width); };
-        const auto map = [&](const std::uint8_t* current, std::uint8_t* below, unsigned y) {
-            diffuseOne(y, current, below, size.width);
-        };
-        const auto mapTwo = [&](const std::uint8_t* upper, std::uint8_t* lower, std::uint8_t* below,
-                                unsigned y) { diffuseTwo(y, upper, lower, below, size.width); };
-        if (inPairs)
-            rows.runInPairs(size.height, load, map, mapTwo);
-        else
-            rows.run(size.height, load, map);
+    // Reads no row before the one two above it is written: both areas may lie in one image.
+    [[gnu::noinline]] void diffuse(DiffusionRows& rows, Size size) {
+        rows.run(
+            size.height, [&](std::uint8_t* bgr, unsigned y) { from_.load(bgr, y, size.width); },
+            [&](const std::uint8_t* current, std::uint8_t* below, unsigned y) {
+                diffuseRow(current, below, size.width, chooser(y));
+            });
+    }
+
+    [[gnu::noinline]] void diffuseTwoAtOnce(DiffusionRows& rows, Size size) {
+        rows.runTwoAtOnce(
+            size.height, [&](std::uint8_t* bgr, unsigned y) { from_.load(bgr, y, size.width); },
+            [this](unsigned y) { return chooser(y); },
+            [this](std::uint32_t bgr) { return cache_.knows(colourKey(bgr)); });
     }
 
  private:
@@ -75,19 +76,10 @@ class Matching {
             indices[x] = cache_.index(key, search_, [=] { return bgr + std::size_t{3} * x; });
         });
     }
-    [[gnu::noinline]] void diffuseOne(unsigned y, const std::uint8_t* current, std::uint8_t* below,
-                                      unsigned width) {
-        diffuseRow(current, below, width, chooser(to_[y]));
-    }
-    [[gnu::noinline]] void diffuseTwo(unsigned y, const std::uint8_t* upper, std::uint8_t* lower,
-                                      std::uint8_t* below, unsigned width) {
-        diffuseTwoRows(upper, lower, below, width, chooser(to_[y]), chooser(to_[y + 1]),
-                       [this](std::uint32_t bgr) { return cache_.knows(colourKey(bgr)); });
-    }
 
     // Chooses the colours of a row's pixels, and stores their indices.
-    auto chooser(std::uint8_t* indices) {
-        return [this, indices](unsigned x, std::uint32_t bgr) {
+    auto chooser(unsigned y) {
+        return [this, indices = to_[y]](unsigned x, std::uint32_t bgr) {
             std::uint8_t pixel[sizeof bgr];
             const std::uint8_t index = cache_.index(colourKey(bgr), search_, [&] {
                 std::memcpy(pixel, &bgr, sizeof bgr);
@@ -110,10 +102,12 @@ void match(const imgdes& source, const imgdes& destination, int mode, const Pale
            const Search& search, DiffusionRows& rows, MatchCache& cache) {
     const Size size = commonSize(source, destination);
     Matching<Search> matching(source, destination, palette, search, cache);
-    if (diffusesErrors(mode))
-        matching.diffuse(rows, size, source.header->biBitCount == 24);
-    else
+    if (!diffusesErrors(mode))
         matching.map(rows, size);
+    else if (source.header->biBitCount == 24)
+        matching.diffuseTwoAtOnce(rows, size);
+    else
+        matching.diffuse(rows, size);
 }
 
 int match(const imgdes& source, const imgdes& destination, int mode) {

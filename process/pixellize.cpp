@@ -33,20 +33,22 @@ void averageBlocks(const AreaRows& rows, unsigned top, unsigned block, unsigned 
 
 int pixellizeLevels(int blocksize, imgdes* source, imgdes* destination) {
     if (const int code = checkRange(source, bits8and24)) return code;
-    // An area that copyimage would refuse may have any edges; its size then only has to stay in range.
+    // The destination has not been checked yet, and its edges may be swapped.
     if (!destination) return ERR_RANGE;
-    const Size size = commonSize(*source, *destination);
-    const unsigned limit = std::min({size.width, size.height, largestBlock});
+    const auto reach = [](UINT a, UINT b) { return std::max(a, b) - std::min(a, b); };
+    const Size from = areaSize(*source);
+    const unsigned width = std::min(from.width - 1, reach(destination->left, destination->right)) + 1;
+    const unsigned height = std::min(from.height - 1, reach(destination->top, destination->bottom)) + 1;
+    const unsigned limit = std::min({width, height, largestBlock});
     if (blocksize < static_cast<int>(smallestBlock) || static_cast<unsigned>(blocksize) > limit)
         return ERR_ARGUMENT;
     if (const int code = copyimage(source, destination)) return code;
 
-    const Size copied = commonSize(*source, *destination);
     const unsigned block = static_cast<unsigned>(blocksize);
     const unsigned channels = destination->header->biBitCount / 8u;
-    const unsigned blocks = copied.width / block;
+    const unsigned blocks = width / block;
     const AreaRows rows(*destination);
-    for (unsigned top = 0; top + block <= copied.height; top += block) {
+    for (unsigned top = 0; top + block <= height; top += block) {
         averageBlocks(rows, top, block, blocks, channels);
         for (unsigned y = 1; y < block; y++)
             std::memcpy(rows[top + y], rows[top], std::size_t{blocks} * block * channels);

@@ -13,20 +13,13 @@ namespace {
 constexpr int allColours = 256;
 constexpr int nearestColours = 2;  // matching mode
 
-Picture likeArea(const Picture& picture, unsigned bits) {
-    Picture made(static_cast<long>(picture.width()), static_cast<long>(picture.height()), bits);
-    made.header().biXPelsPerMeter = picture.image()->header->biXPelsPerMeter;
-    made.header().biYPelsPerMeter = picture.image()->header->biYPelsPerMeter;
-    return made;
-}
-
 const unsigned char* rowOf(const imgdes& image, UINT y) {
     return image.bits + std::size_t{image.rowbytes} * (static_cast<UINT>(image.header->biHeight) - 1 - y);
 }
 
 // Black and white becomes black and white of a grey picture; two other colours become a palette of two.
 Picture from1To8(Picture& picture) {
-    Picture wide = likeArea(picture, 8);
+    Picture wide = picture.blank(8);
     const imgdes& from = *picture.image();
     imgdes& to = *wide.image();
     unsigned char values[2] = {0, 255};
@@ -45,19 +38,19 @@ Picture from1To8(Picture& picture) {
 }
 
 Picture from16To8(Picture& picture) {
-    Picture narrow = likeArea(picture, 8);
+    Picture narrow = picture.blank(8);
     check(convertgray16to8(picture.image(), narrow.image()));
     return narrow;
 }
 
 Picture from8To24(Picture& picture) {
-    Picture colours = likeArea(picture, 24);
+    Picture colours = picture.blank(24);
     check(convertpaltorgb(picture.image(), colours.image()));
     return colours;
 }
 
 Picture from24To8(Picture& picture) {
-    Picture indices = likeArea(picture, 8);
+    Picture indices = picture.blank(8);
     check(convertrgbtopalex(allColours, picture.image(), indices.image(), nearestColours));
     return indices;
 }

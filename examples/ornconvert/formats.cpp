@@ -9,6 +9,8 @@
 namespace ornconvert {
 
 extern const Format bmpFormat;
+extern const Format gifFormat;
+extern const Format jpegFormat;
 extern const Format pngFormat;
 
 namespace {
@@ -16,6 +18,8 @@ namespace {
 // One line per format. Content is tried in this order.
 constexpr const Format* allFormats[] = {
     &bmpFormat,
+    &gifFormat,
+    &jpegFormat,
     &pngFormat,
 };
 

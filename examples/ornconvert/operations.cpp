@@ -25,11 +25,15 @@ constexpr Option areaOptions[] = {
 constexpr OptionGroup areaGroup = {L"Changes of the picture", areaOptions};
 
 extern const OptionGroup colourGroup;
+extern const OptionGroup ditherGroup;
+extern const OptionGroup filterGroup;
 
 // One line per file of operations.
 constexpr const OptionGroup* allGroups[] = {
     &areaGroup,
     &colourGroup,
+    &ditherGroup,
+    &filterGroup,
 };
 
 std::span<const OptionGroup* const> operationGroups() {

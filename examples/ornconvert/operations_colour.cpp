@@ -17,16 +17,9 @@ int matchMode = 2;  // --match
 
 // ---- Grey -----------------------------------------------------------------------------------------------
 
-Picture newPicture(const Picture& like, unsigned bits) {
-    Picture made(static_cast<long>(like.width()), static_cast<long>(like.height()), bits);
-    made.header().biXPelsPerMeter = like.image()->header->biXPelsPerMeter;
-    made.header().biYPelsPerMeter = like.image()->header->biYPelsPerMeter;
-    return made;
-}
-
 void makeGrey(Picture& picture) {
     fitDepth(picture, colourDepths);
-    Picture grey = newPicture(picture, 8);
+    Picture grey = picture.blank(8);
     check(colortogray(picture.image(), grey.image()));
     picture = std::move(grey);
 }
@@ -52,7 +45,7 @@ void addColours(Job& job, const std::wstring& argument) {
     const int colours = parseColours(argument, 256);
     job.operations.push_back([colours](Picture& picture) {
         Picture rgb = picture.bits() == 24 ? std::move(picture) : converted(picture, 24);
-        picture = newPicture(rgb, 8);
+        picture = rgb.blank(8);
         check(convertrgbtopalex(colours, rgb.image(), picture.image(), matchMode));
     });
 }
@@ -62,7 +55,7 @@ void addReduce(Job& job, const std::wstring& argument) {
     job.operations.push_back([colours](Picture& picture) {
         if (picture.bits() != 8) picture = converted(picture, 8);
         if (picture.image()->palcolors <= colours) return;
-        Picture reduced = newPicture(picture, 8);
+        Picture reduced = picture.blank(8);
         reduced.image()->palcolors = colours;
         check(reduceimagecolors(picture.image(), reduced.image(), matchMode));
         picture = std::move(reduced);

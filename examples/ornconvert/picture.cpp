@@ -30,6 +30,13 @@ void checkSpan(const wchar_t* lines, long first, long last, UINT count) {
 
 Picture::Picture(long width, long height, unsigned bits) : image_(allocated(width, height, bits)) {}
 
+Picture Picture::blank(unsigned bits) const {
+    Picture made(static_cast<long>(width()), static_cast<long>(height()), bits);
+    made.header().biXPelsPerMeter = image_.header->biXPelsPerMeter;
+    made.header().biYPelsPerMeter = image_.header->biYPelsPerMeter;
+    return made;
+}
+
 void Picture::crop(long left, long top, long right, long bottom) {
     checkSpan(L"columns", left, right, width());
     checkSpan(L"rows", top, bottom, height());

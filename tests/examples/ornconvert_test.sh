@@ -136,6 +136,40 @@ refuses 2 '--colors: 257 is not between 2 and 256' --colors 257 true.bmp x.bmp
 refuses 2 '--reduce: 256 is not between 2 and 255' --reduce 256 indexed.bmp x.bmp
 refuses 2 '--match: near is none of' --match near --colors 9 true.bmp x.bmp
 
+# ---- Dithers and filters --------------------------------------------------------------------------------------
+
+make_bmp levels.bmp 3 3 24 0 '000000 808080 ffffff 000000  7f7f7f 101010 202020 000000  404040 505050 606060 000000'
+succeeds --mono threshold levels.bmp mono.bmp
+holds mono.bmp '00000000 ffffff00  60000000 00000000 00000000'
+succeeds --mono ordered levels.bmp mono.bmp # the top row against 0, 190, 45
+holds mono.bmp '00000000 ffffff00  20000000 80000000 a0000000'
+succeeds --gray --mono diffuse --mono threshold levels.bmp again.bmp # the second finds nothing to do
+succeeds --mono diffuse levels.bmp mono.bmp
+cmp -s mono.bmp again.bmp || fail 'black and white is changed by --mono'
+succeeds --dither 8 levels.bmp dither.bmp # columns count from the right: 45, 190, 0 in the top row
+ends_in dither.bmp '00000f00 00000000 0f000f00'
+succeeds --scatter cube true.bmp scatter.bmp
+succeeds --dither cube mono.bmp dither.bmp
+succeeds --gray --median 3 levels.bmp median.bmp
+ends_in median.bmp '107f8000 40506000 40505000'
+succeeds --gray --median 4 levels.bmp again.bmp
+cmp -s median.bmp again.bmp || fail '--median 4 is not --median 3'
+succeeds --gray --denoise levels.bmp again.bmp
+cmp -s median.bmp again.bmp || fail '--denoise is not --median 3'
+succeeds --gray --dilate 255 levels.bmp dark.bmp
+ends_in dark.bmp '00001000 00001000 10101000'
+succeeds --gray --erode 255 levels.bmp light.bmp
+ends_in light.bmp '80ffff00 80ffff00 7f7f6000'
+succeeds --mono threshold --erode 255 levels.bmp light.bmp
+holds light.bmp '00000000 ffffff00  e0000000 e0000000 00000000'
+succeeds --pixellize 2 levels.bmp blocks.bmp
+ends_in blocks.bmp '000000 808080 ffffff 000000  474747 474747 202020 000000  474747 474747 606060 000000'
+refuses 2 '--median: 2 is not between 3 and 11' --median 2 true.bmp x.bmp
+refuses 2 '--dilate: 256 is not between 0 and 255' --dilate 256 true.bmp x.bmp
+refuses 2 '--mono: grey is none of' --mono grey true.bmp x.bmp
+refuses 2 '--scatter: 216 is neither 8 nor cube' --scatter 216 true.bmp x.bmp
+refuses 1 'true.bmp' --denoise true.bmp x.bmp # two rows are too few
+
 # ---- Names, folders, and the output in the input's place ------------------------------------------------------
 
 mkdir 'a folder'
@@ -281,6 +315,14 @@ else
         same_pixels 0 cropped.bmp part.bmp
         succeeds --colors 2 "$corpus/bmp/pal1bg.bmp" colors.bmp # through 8 and 24 bits; 5 of them count
         same_pixels 7 "$corpus/bmp/pal1bg.bmp" colors.bmp
+        succeeds --area 20,30,119,79 --gray "$photo" gray.bmp
+        for filter in '--median 3:-statistic Median 3x3' '--median 9:-statistic Median 9x9' \
+            '--dilate 255:-morphology Erode Square:1' '--erode 255:-morphology Dilate Square:1' \
+            '--mono threshold:-threshold 50%'; do
+            succeeds ${filter%%:*} gray.bmp filtered.bmp
+            "$judge" gray.bmp ${filter#*:} judged.bmp
+            same_pixels 0 judged.bmp filtered.bmp
+        done
     else
         echo 'skipped: comparing pixels needs ImageMagick (package imagemagick)'
     fi

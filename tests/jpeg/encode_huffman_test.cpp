@@ -104,13 +104,13 @@ TEST(HuffmanCodes, StandardTablesHaveThePublishedCodes) {
     }
 }
 
-TEST(NonzeroMask, GoesFromNaturalToZigzagOrder) {
+TEST(PositionMask, GoesFromNaturalToZigzagOrder) {
     Random random(2);
     for (unsigned round = 0; round < 1000; round++) {
         std::uint8_t natural[8] = {};
         for (auto& row : natural) row = round < 64 ? 0 : random.byte();
         if (round < 64) natural[round / 8] = static_cast<std::uint8_t>(1 << round % 8);
-        const NonzeroMask mask = inZigzagOrder(natural);
+        const PositionMask mask = inZigzagOrder(natural);
         for (unsigned k = 0; k < 64; k++)
             ASSERT_EQ((k < 32 ? mask.low >> k : mask.high >> (k - 32)) & 1,
                       natural[naturalOrder[k] / 8] >> naturalOrder[k] % 8 & 1)
@@ -118,14 +118,14 @@ TEST(NonzeroMask, GoesFromNaturalToZigzagOrder) {
     }
 }
 
-TEST(BitCursor, PacksBitsFromTheTopAndStuffsEveryByteOfOnes) {
+TEST(BitCursor, PacksBitsFromTheTopAndFillsTheLastByteWithOnes) {
     Random random(3);
     for (int round = 0; round < 300; round++) {
         Bytes have(4000);
         BitCursor cursor(have.data());
         std::vector<bool> bits;
-        for (int i = 0; i < 200; i++) {
-            const unsigned count = random.below(28);
+        for (unsigned i = random.below(200); i > 0; i--) {
+            const unsigned count = 1 + random.below(27);
             const std::uint32_t ones = (1u << count) - 1;
             const std::uint32_t value = random.oneIn(3) ? ones : random.next() & ones;
             cursor.put(value, count);
@@ -139,8 +139,23 @@ TEST(BitCursor, PacksBitsFromTheTopAndStuffsEveryByteOfOnes) {
             unsigned byte = 0;
             for (std::size_t j = 0; j < 8; j++) byte = byte << 1 | bits[i + j];
             want.push_back(static_cast<std::uint8_t>(byte));
-            if (byte == 0xFF) want.push_back(0);
         }
         ASSERT_EQ(have, want) << "round " << round;
+    }
+}
+
+TEST(StuffBytes, PutsAZeroBehindEveryByteOfOnes) {
+    Random random(4);
+    for (unsigned round = 0; round < 2000; round++) {
+        const unsigned count = random.below(80), often = 1 + random.below(40);
+        Bytes from = random.bytes(count + 15), have(2 * count + 16), want;
+        for (auto& b : from)
+            if (random.oneIn(often)) b = 0xFF;
+        for (unsigned i = 0; i < count; i++) {
+            want.push_back(from[i]);
+            if (from[i] == 0xFF) want.push_back(0);
+        }
+        have.resize(static_cast<std::size_t>(stuffBytes(have.data(), from.data(), count) - have.data()));
+        ASSERT_EQ(have, want) << "round " << round << ", " << count << " bytes";
     }
 }

@@ -35,6 +35,13 @@ void expectSame(const Input& input, unsigned last) {
     for (unsigned y = 0; y < 8; y++)
         for (unsigned x = 0; x < 11; x++)
             ASSERT_EQ(have[11 * y + x], x < 8 ? want[8 * y + x] : 0xA5) << x << "," << y << " last " << last;
+    for (unsigned y = 0; y < 8; y++) {
+        const std::uint16_t columns[] = {16, 17, 18, 19, 20, 21, 22, 23};
+        std::uint8_t row[24];
+        orn32::jpeg::inverseDctSamples(input.coefs.data(), input.quant.data(), last, y, columns, 8, row);
+        for (unsigned x = 0; x < 8; x++)
+            ASSERT_EQ(row[16 + x], want[8 * y + x]) << "single sample " << x << "," << y << " last " << last;
+    }
 }
 
 }  // namespace

@@ -198,6 +198,24 @@ TEST(DamagedPng, DataTooLongTooShortOrBrokenIsToldApart) {
     }
 }
 
+// The sum at the stream's end may lie across the borders of what is read in one piece, at every 128 KB.
+TEST(DamagedPng, TheSumOfTheDataIsHeldAgainstItWhereverItLies) {
+    Random random(4);
+    std::vector<std::uint32_t> widths = {3};
+    for (std::uint32_t width = 131040; width < 131080; width++) widths.push_back(width);
+    for (const std::uint32_t width : widths)
+        for (const std::size_t chunkSize : {1000000u, 8192u, 1u})
+            for (std::size_t wrong = 0; wrong <= 4; wrong++) {
+                if (chunkSize == 1 && width > 3) continue;
+                Bytes data =
+                    compressed(Bytes{0} + random.bytes(width), 0);  // stored: one size up, one byte more
+                if (wrong) data[data.size() - wrong] ^= 1;
+                TestImage image(4, 4, 8);
+                EXPECT_EQ(detailOf(greyFile(dataChunks(data, chunkSize), width, 1), image), wrong ? -115 : 0)
+                    << width << " pixels, chunks of " << chunkSize << ", byte " << wrong;
+            }
+}
+
 TEST(DamagedPng, RowsInFrontOfTheFaultAreThere) {
     Bytes rows;
     for (std::uint8_t y = 0; y < 4; y++) rows = rows + Bytes{0, 1, 2, 3, y};

@@ -1,9 +1,12 @@
 #include "png/filter.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <algorithm>
 
+#include "png/adler.h"
+#include "png/crc.h"
 #include "png/swap.h"
 #include "png/unfilter.h"
 #include "tests/png/plain_codec.h"
@@ -142,4 +145,39 @@ TEST(SwapRedAndBlue, ExchangesTheOuterBytesOfEveryPixelAndTouchesNothingElse) {
         for (std::uint32_t i = 0; i < count * 3; i++)
             ASSERT_EQ(to.data()[i], from[i / 3 * 3 + 2 - i % 3]) << count << " pixels, byte " << i;
     }
+}
+
+TEST(Checksums, AreThePlainOnesAtEveryLengthAndPlace) {
+    Random random(5);
+    for (std::size_t length = 0; length <= 400; length++)
+        for (std::size_t offset = 0; offset < 17; offset++) {
+            const Bytes bytes = random.bytes(length + offset);
+            const GuardedBytes guarded(bytes);
+            const std::uint32_t half = random.below(static_cast<std::uint32_t>(length) + 1);
+            Crc crc;
+            crc.add(guarded.data() + offset, half);
+            crc.add(guarded.data() + offset + half, static_cast<std::uint32_t>(length) - half);
+            ASSERT_EQ(crc.value(), plainCrc(bytes.data() + offset, length)) << length << " at " << offset;
+            Adler adler;
+            adler.add(guarded.data() + offset, half);
+            adler.add(guarded.data() + offset + half, length - half);
+            ASSERT_EQ(adler.value(), adler32(1, bytes.data() + offset, static_cast<uInt>(length)))
+                << length << " at " << offset;
+        }
+}
+
+TEST(Checksums, HoldForLongRunsOfTheLargestBytes) {
+    Random random(6);
+    for (const std::size_t length : {5536u, 5551u, 5552u, 5553u, 11104u, 100000u, 1000001u})
+        for (const bool ones : {false, true}) {
+            const Bytes bytes = ones ? Bytes(length, 255) : random.bytes(length);
+            Crc crc;
+            crc.add(bytes.data(), static_cast<std::uint32_t>(length));
+            EXPECT_EQ(crc.value(), plainCrc(bytes.data(), length)) << length;
+            Adler adler;
+            adler.add(bytes.data(), length);
+            adler.add(bytes.data(), length);
+            const uInt n = static_cast<uInt>(length);
+            EXPECT_EQ(adler.value(), adler32(adler32(1, bytes.data(), n), bytes.data(), n)) << length;
+        }
 }

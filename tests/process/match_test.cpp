@@ -71,12 +71,39 @@ TEST(MatchColors, AnImageMayBeMatchedToItsOwnShortenedPalette) {
         image->palcolors = random.between(1, 50);
         image.randomArea(random);
         const int mode = random.between(0, 3);
-        const auto before = image.bytes();
         const auto expected =
             bytesWith(image, plainMatch(commonColours(image, image), paletteOf(image.image), mode),
                       [](int index) { return static_cast<unsigned>(index); });
-        std::copy(before.begin(), before.end(), image->bits);
         ASSERT_EQ(matchcolorimageex(image, image, mode), 0);
+        ASSERT_EQ(image.bytes(), expected) << image.describe() << ", mode " << mode;
+    }
+}
+
+TEST(MatchColors, AnAreaMayOverlapItsSourceUpToOneRowFurtherDown) {
+    // Each row is read before the row above it is written, and no earlier.
+    Random random(327);
+    for (int round = 0; round < 400; round++) {
+        TestImage image(20 + random.below(40), 6 + random.below(20), 8);
+        image.randomise(random);
+        paintPalette(image, random);
+        image->palcolors = random.between(1, 60);
+        image.randomArea(random);
+        imgdes to = image.image;
+        image.randomArea(random);
+        to.top = random.below(std::min(image->top + 2, static_cast<UINT>(image.height())));
+        to.bottom = std::min(to.top + image->bottom - image->top, static_cast<UINT>(image.height()) - 1);
+        const int mode = random.between(0, 3);
+        Grid<Colour> picture(std::min(image.areaWidth(), static_cast<int>(to.right - to.left) + 1),
+                             std::min(image.areaHeight(), static_cast<int>(to.bottom - to.top) + 1));
+        for (int y = 0; y < picture.height; y++)
+            for (int x = 0; x < picture.width; x++)
+                picture.at(x, y) =
+                    colourAt(image, static_cast<int>(image->left) + x, static_cast<int>(image->top) + y);
+        imgdes from = image.image;
+        image.image = to;
+        const auto expected = bytesWith(image, plainMatch(picture, paletteOf(to), mode),
+                                        [](int index) { return static_cast<unsigned>(index); });
+        ASSERT_EQ(matchcolorimageex(&from, &to, mode), 0);
         ASSERT_EQ(image.bytes(), expected) << image.describe() << ", mode " << mode;
     }
 }

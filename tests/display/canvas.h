@@ -1,0 +1,85 @@
+// What display tests draw on, and what they expect to see there.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/support/test_image.h"
+
+namespace test {
+
+// Pixels as 0x00RRGGBB, top row first.
+struct Pixels {
+    int width, height;
+    std::vector<std::uint32_t> colours;
+
+    std::uint32_t& at(int x, int y) { return colours[static_cast<std::size_t>(y) * width + x]; }
+    std::uint32_t at(int x, int y) const { return colours[static_cast<std::size_t>(y) * width + x]; }
+    bool operator==(const Pixels&) const = default;
+};
+
+// "x 3, y 4: have 00FF00, want 000000", or "" where both are the same.
+std::string difference(const Pixels& have, const Pixels& want);
+
+constexpr std::uint32_t backdrop = 0xC04080;
+
+Pixels blank(int width, int height);
+
+// The colour that a picture's pixel stands for.
+std::uint32_t colourOf(const TestImage& image, int x, int y);
+
+// A canvas on which image point (x, y) lies at client point (screenX, screenY), pixel by pixel.
+Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std::int64_t x, std::int64_t y,
+                  std::int64_t screenX, std::int64_t screenY);
+
+SIZE clientSizeOf(HWND window);
+
+// A window of the given client area. One that only has a size needs no display.
+class Window {
+ public:
+    enum Kind { sizeOnly, onScreen };
+    Window(Kind kind, SIZE client);
+    ~Window();
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    operator HWND() const { return window_; }
+    explicit operator bool() const { return window_ != nullptr; }
+    SIZE client() const;
+    void resize(SIZE client);
+
+ private:
+    HWND window_;
+};
+
+// A device context in memory, 32 bits per pixel, filled with the backdrop.
+class Surface {
+ public:
+    Surface(int width, int height);
+    ~Surface();
+    Surface(const Surface&) = delete;
+    Surface& operator=(const Surface&) = delete;
+
+    HDC dc() const { return dc_; }
+    Pixels pixels() const;
+    void clear();
+
+ private:
+    int width_, height_;
+    HDC dc_;
+    HBITMAP bitmap_;
+    std::uint32_t* bits_;
+    HGDIOBJ previous_;
+};
+
+// What the screen shows of a window's client area, read back from the display.
+Pixels shownBy(HWND window);
+
+// How many more GDI objects the process could have: what leaks is missing here. Wine cannot count them
+// (GetGuiResources gives 0).
+int spareGdiObjects();
+
+}  // namespace test

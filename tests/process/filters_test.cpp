@@ -1,0 +1,364 @@
+// Dilation, erosion and medians against plain versions that look at one neighbourhood at a time.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <numeric>
+
+#include "process/filter_engine.h"
+#include "tests/process/pictures.h"
+#include "tests/support/guarded.h"
+#include "tests/support/memory_watch.h"
+
+using namespace test;
+
+namespace {
+
+using Neighbours = std::vector<unsigned>;  // pixel numbers, row by row from the top-left
+
+int brightness(unsigned pixel) {
+    return 11 * int(pixel & 255) + 59 * int(pixel >> 8 & 255) + 30 * int(pixel >> 16);
+}
+
+unsigned plainDilate(unsigned bits, int amount, const Neighbours& around) {
+    const unsigned centre = around[4];
+    if (bits == 1) {
+        const unsigned set = std::accumulate(around.begin(), around.end(), 0u);
+        return centre && (set == 9 || int(set) > 9 * amount / 255);
+    }
+    int sum = 0;
+    unsigned darkest = around[0];
+    for (const unsigned pixel : around) {
+        const int key = bits == 8 ? int(pixel) : brightness(pixel);
+        sum += key;
+        if (key < (bits == 8 ? int(darkest) : brightness(darkest))) darkest = pixel;
+    }
+    return (bits == 8 ? sum : sum / 100) > 9 * amount ? centre : darkest;
+}
+
+unsigned plainErode(unsigned bits, int amount, const Neighbours& around) {
+    const unsigned centre = around[4];
+    if (bits == 1) {
+        const unsigned set = std::accumulate(around.begin(), around.end(), 0u);
+        return centre || int(set) > 9 * (255 - amount) / 255;
+    }
+    int sum = 0;
+    unsigned brightest = around[0];
+    for (const unsigned pixel : around) {
+        const int key = bits == 8 ? int(pixel) : brightness(pixel);
+        sum += key;
+        if (key >= (bits == 8 ? int(brightest) : brightness(brightest))) brightest = pixel;
+    }
+    return (bits == 8 ? sum : sum / 100) < 9 * (255 - amount) ? centre : brightest;
+}
+
+// Selection in place, written from its description: keys and the places that they came from in two arrays.
+unsigned plainMedian(unsigned bits, int, const Neighbours& around) {
+    const int n = int(around.size());
+    std::vector<int> key, place;
+    for (int i = 0; i < n; i++) {
+        const unsigned pixel = around[std::size_t(i)];
+        key.push_back(bits == 8 ? int(pixel) : brightness(pixel));
+        place.push_back(i);
+    }
+    const auto exchange = [&](int a, int b) {
+        std::swap(key[std::size_t(a)], key[std::size_t(b)]);
+        std::swap(place[std::size_t(a)], place[std::size_t(b)]);
+    };
+    int lo = 0, hi = n - 1;
+    while (hi > lo) {
+        const int v = key[std::size_t(hi)];
+        int i = lo - 1, j = hi;
+        for (;;) {
+            do i++;
+            while (key[std::size_t(i)] < v);
+            do j--;
+            while (j > lo && key[std::size_t(j)] > v);
+            if (j <= i) break;
+            exchange(i, j);
+        }
+        exchange(i, hi);
+        if (i >= n / 2) hi = i - 1;
+        if (i <= n / 2) lo = i + 1;
+    }
+    return around[std::size_t(place[std::size_t(n / 2)])];
+}
+
+struct Filter {
+    const char* name;
+    int(ORNAPI* run)(int, imgdes*, imgdes*);
+    unsigned (*plain)(unsigned bits, int argument, const Neighbours&);
+    bool isMedian;
+
+    int size(int argument) const { return isMedian ? (argument - 1) | 1 : 3; }
+    int anyArgument(Random& random) const {
+        if (isMedian) return random.between(3, 11);
+        return random.oneIn(4) ? int(random.below(2)) * 255 : random.byte();
+    }
+    unsigned anyDepth(Random& random) const {
+        return isMedian ? std::array{8u, 24u}[random.below(2)] : std::array{1u, 8u, 24u}[random.below(3)];
+    }
+};
+
+const Filter filters[] = {{"dilate", dilate, plainDilate, false},
+                          {"erode", erode, plainErode, false},
+                          {"medianfilter", medianfilter, plainMedian, true}};
+
+// Noise, few values, and colours of few brightnesses: 11 more blue and 1 more green make up for 6 less red.
+void paintTies(TestImage& image, Random& random) {
+    image.randomise(random);
+    const unsigned kind = random.below(5);
+    if (kind == 0) return;
+    std::vector<unsigned> values;
+    for (unsigned i = 0, n = 1 + random.below(6); i < n; i++) {
+        const unsigned base = random.below(30) << 16 | random.below(200) << 8 | random.below(30);
+        values.push_back(kind == 1 ? random.next() & 0xFFFFFF : base + (36 << 16));
+    }
+    for (int y = 0; y < image.height(); y++)
+        for (int x = 0; x < image.width(); x++) {
+            unsigned pixel = values[random.below(unsigned(values.size()))];
+            const unsigned shift = random.below(7);
+            if (kind >= 3) pixel += shift * 11 + (shift << 8) - (shift * 6 << 16);
+            image.setPixel(x, y, image.bitsPerPixel() == 1 ? !random.oneIn(kind * kind + 1) : pixel);
+        }
+}
+
+Grid<unsigned> filtered(const Filter& filter, int argument, const TestImage& source, int width, int height) {
+    Grid<unsigned> result(width, height);
+    const int radius = filter.size(argument) / 2;
+    for (int y = 0; y < height; y++)
+        for (int x = 0; x < width; x++) {
+            Neighbours around;
+            for (int dy = -radius; dy <= radius; dy++)
+                for (int dx = -radius; dx <= radius; dx++)
+                    around.push_back(source.pixel(int(source.image.left) + std::clamp(x + dx, 0, width - 1),
+                                                  int(source.image.top) + std::clamp(y + dy, 0, height - 1)));
+            result.at(x, y) = filter.plain(source.bitsPerPixel(), argument, around);
+        }
+    return result;
+}
+
+unsigned same(unsigned pixel) {
+    return pixel;
+}
+
+}  // namespace
+
+class Filters : public testing::TestWithParam<Filter> {};
+INSTANTIATE_TEST_SUITE_P(All, Filters, testing::ValuesIn(filters),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_P(Filters, AgreeWithThePlainVersionOverRandomAreas) {
+    const Filter& filter = GetParam();
+    Random random(71);
+    for (int round = 0; round < 4000; round++) {
+        const unsigned bits = filter.anyDepth(random);
+        TestImage source(3 + random.below(50), 3 + random.below(30), bits);
+        TestImage destination(3 + random.below(50), 3 + random.below(30), bits);
+        paintTies(source, random);
+        destination.randomise(random);
+        if (random.oneIn(3)) source.randomArea(random);
+        if (random.oneIn(3)) destination.randomArea(random);
+        const int argument = filter.anyArgument(random);
+        const int width = commonWidth(source, destination), height = commonHeight(source, destination);
+        const auto what = testing::Message() << describe(source, destination) << " argument " << argument;
+        if (filter.size(argument) > std::min(width, height)) {
+            const auto before = destination.bytes();
+            ASSERT_EQ(filter.run(argument, source, destination), ERR_RANGE) << what;
+            ASSERT_EQ(destination.bytes(), before);
+            continue;
+        }
+        const auto expected = bytesWith(destination, filtered(filter, argument, source, width, height), same);
+        const auto sourceBytes = source.bytes();
+        ASSERT_EQ(filter.run(argument, source, destination), 0) << what;
+        ASSERT_EQ(destination.bytes(), expected) << what;
+        ASSERT_EQ(source.bytes(), sourceBytes) << what;
+    }
+}
+
+TEST_P(Filters, MayWorkInPlace) {
+    const Filter& filter = GetParam();
+    Random random(72);
+    for (int round = 0; round < 200; round++) {
+        TestImage image(11 + random.below(30), 11 + random.below(30), filter.anyDepth(random));
+        paintTies(image, random);
+        setimagearea(image, random.below(4), random.below(4), UINT(image.width() - 1),
+                     UINT(image.height() - 1));
+        const int argument = filter.isMedian ? random.between(3, 7) : filter.anyArgument(random);
+        const auto expected =
+            bytesWith(image, filtered(filter, argument, image, image.areaWidth(), image.areaHeight()), same);
+        ASSERT_EQ(filter.run(argument, image, image), 0);
+        ASSERT_EQ(image.bytes(), expected) << image.describe() << " argument " << argument;
+    }
+}
+
+// The area moved within one image: rows are read and written in a fixed order, also the bottom row, which is
+// read again for the last rows.
+TEST_P(Filters, OverlappingAreasAreReadAndWrittenInTheOrderOfRows) {
+    const Filter& filter = GetParam();
+    Random random(73);
+    for (int round = 0; round < 200; round++) {
+        const unsigned bits = filter.anyDepth(random);
+        TestImage image(30, 30, bits), copy(30, 30, bits);
+        paintTies(image, random);
+        std::copy_n(image->bits, image->header->biSizeImage, copy->bits);
+        const int argument = filter.isMedian ? random.between(3, 7) : filter.anyArgument(random);
+        const int k = filter.size(argument), radius = k / 2, width = 12 + random.between(0, 5), height = 15;
+        const int left = random.between(0, 9), top = random.between(0, 9);
+        const int toLeft = random.between(0, 9), toTop = random.between(0, 9);
+        imgdes from = image.image, to = image.image;
+        setimagearea(&from, UINT(left), UINT(top), UINT(left + width - 1), UINT(top + height - 1));
+        setimagearea(&to, UINT(toLeft), UINT(toTop), UINT(toLeft + width - 1), UINT(toTop + height - 1));
+
+        std::vector<std::vector<unsigned>> rows;  // as they were when they were read
+        for (int pass = 0; pass < height + k - 1; pass++) {
+            rows.emplace_back();
+            for (int x = 0; x < width; x++)
+                rows.back().push_back(copy.pixel(left + x, top + std::clamp(pass - radius, 0, height - 1)));
+            for (int x = 0; pass >= k - 1 && x < width; x++) {
+                Neighbours around;
+                for (int y = pass - k + 1; y <= pass; y++)
+                    for (int dx = -radius; dx <= radius; dx++)
+                        around.push_back(rows[std::size_t(y)][std::size_t(std::clamp(x + dx, 0, width - 1))]);
+                copy.setPixel(toLeft + x, toTop + pass - k + 1, filter.plain(bits, argument, around));
+            }
+        }
+        ASSERT_EQ(filter.run(argument, &from, &to), 0);
+        ASSERT_EQ(image.bytes(), copy.bytes()) << bits << " bits, argument " << argument << ", " << left
+                                               << "," << top << " to " << toLeft << "," << toTop;
+    }
+}
+
+TEST_P(Filters, PaletteImagesAreFilteredAsColours) {
+    const Filter& filter = GetParam();
+    Random random(74);
+    for (int round = 0; round < 20; round++) {
+        TestImage source(20, 16, 8), destination(20, 16, 8), colours(20, 16, 24), expected(20, 16, 8);
+        source.randomise(random);
+        paintPalette(source, random);
+        const int argument = filter.isMedian ? random.between(3, 5) : filter.anyArgument(random);
+        ASSERT_EQ(convertpaltorgb(source, colours), 0);
+        setimagearea(source, 2, 3, 17, 12);
+        setimagearea(colours, 2, 3, 17, 12);
+        ASSERT_EQ(filter.run(argument, colours, colours), 0);
+        setimagearea(colours, 0, 0, 19, 15);
+        ASSERT_EQ(convertrgbtopalex(256, colours, expected, 2), 0);
+        ASSERT_EQ(filter.run(argument, source, destination), 0);
+        ASSERT_EQ(destination.bytes(), expected.bytes());
+        ASSERT_EQ(std::memcmp(destination->palette, expected->palette, 1024), 0);
+        ASSERT_EQ(destination->imgkind, 0u);
+    }
+}
+
+TEST_P(Filters, CheckInOrderAndTouchNothing) {
+    const Filter& filter = GetParam();
+    const int wrongArgument = filter.isMedian ? 12 : 256, smallest = filter.isMedian ? 3 : 0;
+    Random random(75);
+    TestImage grey(12, 12, 8), colour(12, 12, 24), other(12, 12, 16), bits(12, 12, 1);
+    const auto refused = [&](int argument, TestImage& source, TestImage& destination) {
+        destination.randomise(random);
+        const auto before = destination.bytes();
+        const int code = filter.run(argument, source, destination);
+        EXPECT_EQ(destination.bytes(), before);
+        return code;
+    };
+    EXPECT_EQ(refused(wrongArgument, other, other), ERR_ARGUMENT) << "the argument before the images";
+    EXPECT_EQ(refused(smallest - 1, other, other), ERR_ARGUMENT);
+    EXPECT_EQ(refused(smallest, other, grey), ERR_BITS);
+    EXPECT_EQ(refused(smallest, grey, other), ERR_BITS);
+    EXPECT_EQ(refused(smallest, grey, colour), ERR_BITS);
+    EXPECT_EQ(refused(smallest, bits, bits), filter.isMedian ? ERR_BITS : 0);
+    setimagearea(grey, 4, 4, 5, 5);
+    setimagearea(colour, 4, 4, 5, 5);
+    EXPECT_EQ(refused(smallest, grey, colour), ERR_BITS) << "depths before sizes";
+    EXPECT_EQ(refused(smallest, grey, grey), ERR_RANGE);
+    setimagearea(grey, 0, 0, 12, 11);
+    EXPECT_EQ(refused(smallest, grey, colour), ERR_RANGE) << "the source's area before the bit counts";
+    EXPECT_EQ(filter.run(smallest, nullptr, grey), checkrange_(nullptr));
+}
+
+TEST_P(Filters, EveryAllocationMayFail) {
+    const Filter& filter = GetParam();
+    Random random(76);
+    for (const unsigned bits : {1u, 8u, 24u, 0u}) {  // 0: a palette image
+        if (bits == 1 && filter.isMedian) continue;
+        for (const int argument : {3, 11}) {
+            TestImage source(20, 16, bits ? bits : 8), destination(20, 16, bits ? bits : 8);
+            source.randomise(random);
+            if (!bits) paintPalette(source, random);
+            const auto before = destination.bytes();
+            const int tried = failEveryAllocation([&] { return filter.run(argument, source, destination); },
+                                                  [&](int n, int code, const MemoryWatch& watch) {
+                                                      EXPECT_EQ(code, ERR_MEMORY)
+                                                          << filter.name << bits << " allocation " << n;
+                                                      EXPECT_EQ(watch.live(), 0);
+                                                      EXPECT_EQ(destination.bytes(), before);
+                                                  });
+            EXPECT_GE(tried, 1);
+        }
+    }
+}
+
+TEST_P(Filters, RowsThatEndAtAnUnreadablePageAreNotOverrun) {
+    const Filter& filter = GetParam();
+    Random random(77);
+    for (unsigned width = 11; width < 45; width++) {
+        for (const unsigned bits : {1u, 8u, 24u}) {
+            if (bits == 1 && filter.isMedian) continue;
+            const MemoryWatch watch;
+            TestImage source(width, 11, bits), destination(width, 11, bits);
+            source.randomise(random);
+            ASSERT_EQ(filter.run(filter.anyArgument(random), source, destination), 0);
+        }
+    }
+}
+
+TEST(Median, SizeFourIsSizeThreeAndRemoveNoiseToo) {
+    Random random(78);
+    for (const unsigned bits : {8u, 24u}) {
+        TestImage source(20, 20, bits), three(20, 20, bits), four(20, 20, bits), noise(20, 20, bits);
+        paintTies(source, random);
+        ASSERT_EQ(medianfilter(3, source, three), 0);
+        ASSERT_EQ(medianfilter(4, source, four), 0);
+        ASSERT_EQ(removenoise(source, noise), 0);
+        EXPECT_EQ(three.bytes(), four.bytes());
+        EXPECT_EQ(three.bytes(), noise.bytes());
+    }
+}
+
+TEST(FilterEngine, TakesSizesFromThreeToSixtyThree) {
+    struct Count {
+        int* seen;
+        bool prepare(unsigned, unsigned size) { return *seen = int(size), true; }
+        void row(std::uint8_t* const*, std::uint8_t*, unsigned) {}
+    };
+    TestImage image(70, 70, 8);
+    for (const auto& [k, size] : {std::pair{3, 3}, {4, 3}, {62, 61}, {63, 63}}) {
+        int seen = 0;
+        EXPECT_EQ(orn32::filterengine_<orn32::LevelFormat>(image.image, image.image, Count{&seen}, k), 0);
+        EXPECT_EQ(seen, size);
+    }
+    for (const int k : {-3, 0, 1, 2, 64}) {
+        int seen = 0;
+        EXPECT_EQ(orn32::filterengine_<orn32::LevelFormat>(image.image, image.image, Count{&seen}, k),
+                  ERR_ARGUMENT);
+        EXPECT_EQ(seen, 0);
+    }
+}
+
+TEST(Filters, KnownResults) {
+    Random random(79);
+    TestImage source(16, 16, 8), result(16, 16, 8);
+    source.randomise(random);
+    for (unsigned i = 0; i < source->header->biSizeImage; i++) source->bits[i] |= 1;
+    ASSERT_EQ(dilate(0, source, result), 0);
+    EXPECT_EQ(result.bytes(), source.bytes()) << "no neighbourhood is all black";
+    ASSERT_EQ(erode(0, source, result), 0);
+    EXPECT_EQ(result.bytes(), source.bytes()) << "only white ones would change, to white";
+    for (int y = 1; y < 15; y++) source.row(y)[7] = 0, source.row(y)[8] = 255;
+    ASSERT_EQ(dilate(255, source, result), 0);
+    EXPECT_EQ(result.pixel(6, 7) | result.pixel(7, 7) | result.pixel(8, 7), 0u) << "every pixel the minimum";
+    ASSERT_EQ(erode(255, source, result), 0);
+    EXPECT_EQ(result.pixel(7, 7) & result.pixel(8, 7) & result.pixel(9, 7), 255u)
+        << "every pixel the maximum";
+}

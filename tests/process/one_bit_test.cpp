@@ -1,0 +1,242 @@
+// Black and white from grey levels and back, against plain versions.
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "process/bit_rows.h"
+#include "tests/process/pictures.h"
+#include "tests/support/guarded.h"
+#include "tests/support/memory_watch.h"
+
+using namespace test;
+
+namespace {
+
+constexpr int matrix[8][8] = {{0, 38, 9, 47, 2, 40, 11, 50},  {25, 12, 35, 22, 27, 15, 37, 24},
+                              {6, 44, 3, 41, 8, 47, 5, 43},   {31, 19, 28, 15, 34, 21, 31, 18},
+                              {1, 39, 11, 49, 0, 39, 10, 48}, {27, 14, 36, 23, 26, 13, 35, 23},
+                              {7, 46, 4, 43, 7, 45, 3, 42},   {33, 20, 30, 17, 32, 19, 29, 16}};
+
+Grid<int> greyLevels(const TestImage& source, const TestImage& destination) {
+    Grid<int> levels(commonWidth(source, destination), commonHeight(source, destination));
+    const bool isGrey = (source.image.imgkind & 1) || isgrayscaleimage(&source.image);
+    for (int y = 0; y < levels.height; y++)
+        for (int x = 0; x < levels.width; x++) {
+            const unsigned index = source.pixel(int(source.image.left) + x, int(source.image.top) + y);
+            const Colour c = paletteColour(source.image, index);
+            const int grey =
+                int(index) < source.image.palcolors ? (30 * c.red + 59 * c.green + 11 * c.blue) / 100 : 0;
+            levels.at(x, y) = isGrey ? int(index) : grey;
+        }
+    return levels;
+}
+
+// The whole picture at once, in a frame that takes what falls off.
+Grid<unsigned> plainStucki(const Grid<int>& picture) {
+    const int w = picture.width, h = picture.height;
+    Grid<int> values(w + 4, h + 2);
+    for (int y = 0; y < h; y++)
+        for (int x = 0; x < w; x++) values.at(x + 2, y) = picture.at(x, y);
+    Grid<unsigned> result(w, h);
+    constexpr int weights[3][5] = {{0, 0, 0, 8, 4}, {2, 4, 8, 4, 2}, {1, 2, 4, 2, 1}};
+    for (int y = 0; y < h; y++)
+        for (int x = 0; x < w; x++) {
+            const int level = values.at(x + 2, y), error = level < 128 ? level : level - 255;
+            result.at(x, y) = level > 127;
+            for (int dy = 0; dy < 3; dy++)
+                for (int dx = 0; dx < 5; dx++) {
+                    if (!weights[dy][dx]) continue;
+                    int& to = values.at(x + dx, y + dy);
+                    to = std::clamp(to + error * weights[dy][dx] / 42, 0, 255);
+                }
+        }
+    return result;
+}
+
+Grid<unsigned> plainBits(int mode, const Grid<int>& levels) {
+    if (mode == 0) return plainStucki(levels);
+    Grid<unsigned> result(levels.width, levels.height);
+    for (int y = 0; y < levels.height; y++)
+        for (int x = 0; x < levels.width; x++)
+            result.at(x, y) = mode == 1 ? levels.at(x, y) > 5 * matrix[y % 8][x % 8] : levels.at(x, y) >= 128;
+    return result;
+}
+
+unsigned same(unsigned pixel) {
+    return pixel;
+}
+
+// Noise, slow gradients, flat levels near the ends and the middle.
+void paintLevels(TestImage& image, Random& random) {
+    image.randomise(random);
+    const unsigned kind = random.below(4);
+    if (kind == 0) return;
+    const int start = random.oneIn(2) ? random.between(120, 135) : random.byte();
+    const int slope = random.between(-6, 6), noise = random.between(0, 20);
+    for (int y = 0; y < image.height(); y++)
+        for (int x = 0; x < image.width(); x++)
+            image.setPixel(
+                x, y,
+                unsigned(std::clamp(start + (kind > 1 ? slope * x + y : 0) + random.between(-noise, noise), 0,
+                                    255)));
+}
+
+}  // namespace
+
+TEST(OneBit, FromLevelsAgreesWithThePlainVersionOverRandomAreas) {
+    Random random(61);
+    for (int round = 0; round < 3000; round++) {
+        const int mode = random.between(-1, 3);
+        TestImage source(1 + random.below(70), 1 + random.below(30), 8);
+        TestImage destination(1 + random.below(70), 1 + random.below(30), 1);
+        paintLevels(source, random);
+        if (random.oneIn(3)) {
+            paintPalette(source, random);
+            source->palcolors = random.between(1, 256);
+        } else if (random.oneIn(3)) {
+            source->imgkind = 4;  // not marked, but the grey ramp all the same
+        }
+        destination.randomise(random);
+        source.randomArea(random);
+        destination.randomArea(random);
+        const auto expected = bytesWith(destination, plainBits(mode, greyLevels(source, destination)), same);
+        destination->palette[0] = destination->palette[1] = {9, 9, 9, 9};
+        destination->imgkind = 6;
+        const imgdes record = source.image;
+        ASSERT_EQ(convert8bitto1bit(mode, source, destination), 0);
+        ASSERT_EQ(destination.bytes(), expected) << describe(source, destination) << " mode " << mode;
+        ASSERT_EQ(isgrayscaleimage(destination), 1);
+        ASSERT_EQ(destination->imgkind, 7u);
+        ASSERT_EQ(std::memcmp(&record, &source.image, sizeof record), 0);
+    }
+}
+
+// Long rows, so that errors travel far.
+TEST(OneBit, DiffusionAgreesOnAWholePicture) {
+    Random random(62);
+    for (int round = 0; round < 4; round++) {
+        TestImage source(700, 300, 8), destination(700, 300, 1);
+        paintLevels(source, random);
+        const auto expected = bytesWith(destination, plainStucki(greyLevels(source, destination)), same);
+        ASSERT_EQ(convert8bitto1bit(0, source, destination), 0);
+        ASSERT_EQ(destination.bytes(), expected);
+    }
+}
+
+TEST(OneBit, ToLevelsAgreesWithThePlainVersionOverRandomAreas) {
+    constexpr unsigned smooth[8] = {0, 42, 170, 212, 42, 85, 212, 255};
+    Random random(63);
+    for (int round = 0; round < 3000; round++) {
+        const bool smoothing = random.oneIn(2);
+        TestImage source(3 + random.below(80), 1 + random.below(20), 1);
+        TestImage destination(3 + random.below(80), 1 + random.below(20), 8);
+        source.randomise(random);
+        source->palette[0] = {255, 255, 255, 0};  // the palette plays no part
+        destination.randomise(random);
+        source.randomArea(random);
+        destination.randomArea(random);
+        Grid<unsigned> levels(commonWidth(source, destination), commonHeight(source, destination));
+        const int w = levels.width;
+        for (int y = 0; y < levels.height; y++)
+            for (int x = 0; x < w; x++) {
+                const auto bit = [&](int i) {
+                    return source.pixel(int(source->left) + i, int(source->top) + y);
+                };
+                levels.at(x, y) = smoothing && x > 0 && x < w - 1
+                                      ? smooth[4 * bit(x - 1) + 2 * bit(x) + bit(x + 1)]
+                                      : 255 * bit(x);
+            }
+        const auto before = destination.bytes(), expected = bytesWith(destination, levels, same);
+        paintPalette(destination, random);
+        const int code =
+            smoothing ? convert1bitto8bitsmooth(source, destination) : convert1bitto8bit(source, destination);
+        const bool narrow = smoothing && w < 3;
+        ASSERT_EQ(code, narrow ? ERR_RANGE : 0);
+        ASSERT_EQ(destination.bytes(), narrow ? before : expected)
+            << describe(source, destination) << smoothing;
+        ASSERT_EQ(isgrayscaleimage(destination), !narrow);
+    }
+}
+
+TEST(OneBit, ChecksInOrderAndTouchesNothing) {
+    Random random(64);
+    TestImage bits(9, 9, 1), levels(9, 9, 8), colours(9, 9, 24), other(9, 9, 16);
+    imgdes off = levels.image, offBits = bits.image, bare = levels.image;
+    off.bottom = offBits.bottom = 9;
+    bare.palette = nullptr;
+    struct Case {
+        const char* name;
+        imgdes *source, *destination;
+        int from8, to8;
+    };
+    for (const Case& c : {Case{"the right way round for 8 to 1", levels, bits, 0, ERR_BITS},
+                          Case{"the right way round for 1 to 8", bits, levels, ERR_BITS, 0},
+                          Case{"colours", colours, bits, ERR_BITS, ERR_BITS},
+                          Case{"to colours", levels, colours, ERR_BITS, ERR_BITS},
+                          Case{"16 bits", other, bits, ERR_BITS, ERR_BITS},
+                          Case{"an area off the picture", &off, other, ERR_RANGE, ERR_RANGE},
+                          Case{"a destination area off it", levels, &offBits, ERR_RANGE, ERR_RANGE}}) {
+        EXPECT_EQ(convert8bitto1bit(2, c.source, c.destination), c.from8) << c.name;
+        EXPECT_EQ(convert1bitto8bit(c.source, c.destination), c.to8) << c.name;
+        EXPECT_EQ(convert1bitto8bitsmooth(c.source, c.destination), c.to8) << c.name;
+    }
+    bare.imgkind = 0;
+    EXPECT_EQ(convert8bitto1bit(2, &bare, bits), ERR_RANGE) << "indices without colours";
+    bare.imgkind = 1;
+    EXPECT_EQ(convert8bitto1bit(2, &bare, bits), 0) << "levels need none";
+}
+
+TEST(OneBit, EveryAllocationMayFail) {
+    Random random(65);
+    TestImage source(40, 9, 8), destination(40, 9, 1);
+    source.randomise(random);
+    paintPalette(source, random);
+    destination->palette[1] = {1, 2, 3, 4};
+    const auto before = destination.bytes();
+    for (const int mode : {0, 1, 2}) {
+        const int tried = failEveryAllocation([&] { return convert8bitto1bit(mode, source, destination); },
+                                              [&](int n, int code, const MemoryWatch& watch) {
+                                                  EXPECT_EQ(code, ERR_MEMORY) << mode << " allocation " << n;
+                                                  EXPECT_EQ(watch.live(), 0);
+                                                  EXPECT_EQ(destination.bytes(), before);
+                                                  EXPECT_EQ(destination->palette[1].rgbGreen, 2);
+                                              });
+        EXPECT_GE(tried, 1);
+        std::copy(before.begin(), before.end(), destination->bits);
+        destination->palette[1] = {1, 2, 3, 4};
+    }
+}
+
+TEST(OneBit, RowsThatEndAtAnUnreadablePageAreNotOverrun) {
+    for (unsigned width = 1; width < 70; width++) {
+        const MemoryWatch watch;
+        TestImage levels(width, 2, 8), bits(width, 2, 1);
+        for (UINT left = 0; left < std::min(width, 9u); left++) {
+            levels->left = left;
+            bits->left = width - 1 - std::min(width - 1, left);
+            for (const int mode : {0, 1, 2}) ASSERT_EQ(convert8bitto1bit(mode, levels, bits), 0);
+            ASSERT_EQ(convert1bitto8bit(bits, levels), 0);
+            convert1bitto8bitsmooth(bits, levels);
+        }
+    }
+}
+
+TEST(OneBit, RowsAreUnpackedFromExactlyTheirBytes) {
+    Random random(66);
+    for (unsigned firstBit = 0; firstBit < 8; firstBit++)
+        for (unsigned count = 1; count < 70; count++) {
+            const GuardedBytes source(random.bytes((firstBit + count + 7) / 8));
+            const GuardedBytes levels(count);
+            orn32::unpackBits(levels.data(), source.data(), firstBit, count);
+            for (unsigned i = 0, bit = firstBit; i < count; i++, bit++)
+                ASSERT_EQ(levels.data()[i], source.data()[bit / 8] & 128 >> bit % 8 ? 255 : 0);
+        }
+}
+
+TEST(OneBit, AnIsolatedWhitePixelIsSmoothedOverItsNeighbours) {
+    TestImage bits(5, 1, 1), levels(5, 1, 8);
+    bits.setPixel(2, 0, 1);
+    ASSERT_EQ(convert1bitto8bitsmooth(bits, levels), 0);
+    const std::vector<std::uint8_t> row(levels.row(0), levels.row(0) + 5);
+    EXPECT_EQ(row, (std::vector<std::uint8_t>{0, 42, 170, 42, 0}));
+}
