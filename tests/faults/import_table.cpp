@@ -28,8 +28,17 @@ bool strikes(Kind kind) {
 // --- memory, as given to InitializeLibrary
 // -----------------------------------------------------------------------
 
+std::atomic<long long> bytes, bytesAtStart, mostBytes;
+
+void count(std::size_t size) {
+    bytes += static_cast<long long>(size);
+    if (bytes > mostBytes) mostBytes = bytes.load();
+}
+
 void* counted(void* block) {
-    if (block) blocks++;
+    if (!block) return block;
+    blocks++;
+    count(_msize(block));
     return block;
 }
 void* __cdecl alloc(UINT size) {
@@ -39,7 +48,10 @@ void* __cdecl calloc(UINT count, UINT size) {
     return strikes(Kind::allocation) ? nullptr : counted(std::calloc(count, size));
 }
 void __cdecl release(void* block) {
-    if (block) blocks--;
+    if (block) {
+        blocks--;
+        bytes -= static_cast<long long>(_msize(block));
+    }
     std::free(block);
 }
 
@@ -49,11 +61,15 @@ void __cdecl release(void* block) {
 HGLOBAL WINAPI globalAlloc(UINT flags, SIZE_T size) {
     if (strikes(Kind::globalMemory)) return nullptr;
     const HGLOBAL handle = GlobalAlloc(flags, size);
-    if (handle) globals++;
+    if (handle) {
+        globals++;
+        count(GlobalSize(handle));
+    }
     return handle;
 }
 HGLOBAL WINAPI globalFree(HGLOBAL handle) {
     globals--;
+    bytes -= static_cast<long long>(GlobalSize(handle));
     return GlobalFree(handle);
 }
 HANDLE opened(HANDLE file) {
@@ -163,6 +179,7 @@ void start(const Plan& next) {
     plan = next;
     struck = false;
     for (auto& n : calls) n = 0;
+    bytesAtStart = mostBytes = bytes.load();
 }
 
 bool hasStruck() {
@@ -175,6 +192,10 @@ void stop() {
 
 Held held() {
     return {blocks, globals, files, bitmaps};
+}
+
+std::size_t peakBytes() {
+    return static_cast<std::size_t>(mostBytes - bytesAtStart);
 }
 
 std::size_t sizeOf(void* block) {

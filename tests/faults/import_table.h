@@ -35,6 +35,9 @@ struct Held {
 };
 Held held();
 
+// The most bytes that were held at a time since start, beyond those held then.
+std::size_t peakBytes();
+
 // A buffer that the DLL has handed out.
 std::size_t sizeOf(void* block);
 void releaseBlock(void* block);
