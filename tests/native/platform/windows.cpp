@@ -132,7 +132,9 @@ HANDLE CreateFileA(const char* name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, 
     const bool reads = access & GENERIC_READ, writes = access & GENERIC_WRITE;
     int flags = reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY;
     if (disposition == CREATE_ALWAYS) flags |= O_CREAT | O_TRUNC;
-    return handleOf(open(name, flags, 0600));
+    std::string path = name;
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return handleOf(open(path.c_str(), flags, 0600));
 }
 HANDLE CreateFileW(const WCHAR* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD disposition,
                    DWORD attributes, HANDLE model) {
