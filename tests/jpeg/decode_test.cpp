@@ -88,6 +88,21 @@ TEST(JpegDecode, EverySamplingAndEveryKindOfScanIsExact) {
         }
 }
 
+// What is kept for each block of a plane must not push the blocks of the next one off their alignment.
+TEST(JpegDecode, ProgressivePlanesOfOddNumbersOfBlocksAreExact) {
+    Random random(5);
+    for (const char* sampling : {"11,11,11", "22,11,11", "11,11,11,11"})
+        for (const unsigned side : {1u, 8u, 24u, 41u}) {
+            Case c;
+            c.picture = makePicture(side, side, sampling);
+            randomiseBlocks(c.picture, random, false);
+            c.plan = progressiveScans(c.picture);
+            c.name = std::string(sampling) + " of side " + std::to_string(side);
+            expectExact(c, random);
+            if (HasFatalFailure()) return;
+        }
+}
+
 TEST(JpegDecode, QuantisersOf16BitsCutTheirProducts) {
     Random random(2);
     for (int round = 0; round < 20; round++) {
