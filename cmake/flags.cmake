@@ -12,4 +12,5 @@ target_compile_options(orn32_flags INTERFACE
 target_compile_options(orn32_flags INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>)
 target_compile_definitions(orn32_flags INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0501
                            _WIN32_WINNT=0x0501)
-target_link_options(orn32_flags INTERFACE -static $<$<CONFIG:Release>:-s>)
+# Without the time of linking, the same sources give the same bytes.
+target_link_options(orn32_flags INTERFACE -static -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)

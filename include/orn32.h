@@ -2,8 +2,8 @@
  * orn32: load, save, convert, process and show pictures held as ordinary Windows bitmaps (DIBs).
  *
  * Plain C functions with the standard Windows calling convention, for any 32-bit Windows compiler and any
- * language that can call a DLL. Link with liborn32.dll.a (MinGW), or load orn32.dll at run time: the exported
- * names are undecorated.
+ * language that can call a DLL. Link with liborn32.dll.a (MinGW) or orn32.lib (Microsoft's linker), or load
+ * orn32.dll at run time: the exported names are undecorated.
  *
  * Every picture is described by an imgdes record that the caller owns. Most functions work on the record's
  * image area (left, top, right, bottom: inclusive pixel coordinates, row 0 at the top of the picture) and
@@ -32,6 +32,9 @@ extern "C" {
 #endif
 
 #define ORNAPI __stdcall
+
+/* The version of this header and of the library it belongs to; what is loaded is told by Orrinversionex. */
+#define ORN32_VERSION "1.0.0.1"
 
 /* ---- Result codes ------------------------------------------------------------------------------------- */
 

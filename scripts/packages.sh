@@ -41,6 +41,18 @@ fuzzing=(
     clang=clang++
     'libclang-rt-14-dev=/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-i386.a'
 )
+packaging=(
+    python3=/usr/bin/python3
+    doxygen=doxygen
+    llvm=llvm-dlltool # makes the import library for Microsoft's linker
+)
+# Compilers that try the package out. Checks that want one skip where it is absent.
+consuming=(
+    clang=clang
+    lld=lld-link
+    fpc=fpc
+    mono-mcs=mcs
+)
 benchmarking=(
     'g++-multilib=/usr/lib/gcc/x86_64-linux-gnu/*/32/libgcc.a'
 )
@@ -69,15 +81,15 @@ install_missing() {
     install_plain "${packages[@]}" || install_in_step "${packages[@]}" || explain_and_fail "${packages[@]}"
 }
 
-# install_optional PACKAGE=PROBE...: tries once per checkout; what cannot be had is told and done without.
+# install_optional PACKAGE=PROBE...: tries each list once per checkout; what cannot be had is told and done without.
 install_optional() {
     local -a packages
-    local package
+    local package tried=$build/optional-packages-tried-${1%%=*}
     mapfile -t packages < <(list_missing "$@")
-    if ((${#packages[@]} == 0)) || [[ -e $build/optional-packages-tried ]]; then
+    if ((${#packages[@]} == 0)) || [[ -e $tried ]]; then
         return 0
     fi
-    touch "$build/optional-packages-tried"
+    touch "$tried"
     say "Missing, not needed but good to have: ${packages[*]}"
     prepare_apt "${packages[@]}" || return 0
     say "Installing them ..."

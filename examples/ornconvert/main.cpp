@@ -18,13 +18,13 @@ namespace {
 
 enum ExitStatus { allWell = 0, somethingFailed = 1, badCommandLine = 2 };
 
-// Build digits stand one in 4 bits each.
+// The converter's own version, and that of the DLL it found. Build digits stand one in 4 bits each.
 std::wstring versionText() {
     WORD words[2];
     const WORD version = Orrinversionex(words);
     std::wstring build;
     for (int shift = 12; shift >= 0; shift -= 4) build += toText(words[1] >> shift & 15);
-    return text(L"ornconvert with orn32 ", version >> 8, L".", version & 0xFF, L" build ", build);
+    return text(L"ornconvert " TEXT(ORN32_VERSION) L" with orn32 ", version >> 8, L".", version & 0xFF, L" build ", build);
 }
 
 bool run(Job& job) {

@@ -1,0 +1,6 @@
+#include "roundtrip.h"
+
+int main(void)
+{
+    return round_trip();
+}
