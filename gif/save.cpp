@@ -74,6 +74,7 @@ std::uint32_t bytesFromTrailer(const FileTail& file) {
 
 // The frame grows in a temporary file and takes the trailer's place when it is complete.
 int append(FileTail& file, const Picture& picture) {
+    if (file.readFailed()) return ERR_WRITE;
     const TemporaryFile temporary(L"NEW");
     if (!temporary.exists()) return ERR_CREATE;
     std::uint32_t length;

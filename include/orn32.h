@@ -896,14 +896,14 @@ int ORNAPI savejpg(const char *name, imgdes *image, int quality);
 int ORNAPI savejpgW(const WCHAR *name, imgdes *image, int quality);
 int ORNAPI savejpgtobuffer(void **buffer, imgdes *image, int quality);
 
-#define JPG_PROGRESSIVE 1  /* several scans, from rough to fine */
-#define JPG_OPTIMISED 2    /* Huffman tables made for the picture: a smaller file, written more slowly */
-#define JPG_THUMBNAIL 0x10 /* may be added: store a thumbnail (see jpegsetthumbnailsize) */
+#define JPEG_PROGRESSIVE 1  /* several scans, from rough to fine */
+#define JPEG_OPTIMIZED 2    /* Huffman tables made for the picture: a smaller file, written more slowly */
+#define JPEG_THUMBNAIL 0x10 /* may be added: store a thumbnail (see jpegsetthumbnailsize) */
 
 /*
- * Like savejpg, but with options: 0, one of the numbers above, or JPG_THUMBNAIL with one of the others. Any
- * other number is a plain file. Progressive and optimised files need memory for the whole picture's coefficients,
- * about twice its bytes. Also returns ERR_THUMB_SIZE: the thumbnail has 64 KB or more.
+ * Like savejpg, but with options: 0, one of the numbers above, or JPEG_THUMBNAIL with one of the others. Any
+ * other number is a plain file. Progressive and optimised files need memory for the whole picture: about 4 bytes
+ * a pixel, 2.5 for grey ones. Also returns ERR_THUMB_SIZE: the thumbnail does not fit into 64 KB.
  */
 int ORNAPI savejpgex(const char *name, imgdes *image, int quality, UINT options);
 int ORNAPI savejpgexW(const WCHAR *name, imgdes *image, int quality, UINT options);

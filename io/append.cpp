@@ -20,9 +20,10 @@ HANDLE openExisting(const Target& target) {
     return INVALID_HANDLE_VALUE;
 }
 
-void seek(HANDLE handle, std::uint64_t position) {
+bool seek(HANDLE handle, std::uint64_t position) {
     LONG high = static_cast<LONG>(position >> 32);
-    SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN);
+    return SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN) ==
+           static_cast<DWORD>(position);
 }
 
 }  // namespace
@@ -43,9 +44,9 @@ FileTail::FileTail(const Target& target) : handle_(openExisting(target)) {
     size_ = GetFileSize(handle_, &high);
     size_ |= std::uint64_t{high} << 32;
     count_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(size_, mostBytes));
-    seek(handle_, size_ - count_);
     DWORD found = 0;
-    if (!ReadFile(handle_, bytes_, count_, &found, nullptr) || found < count_) count_ = 0;
+    readFailed_ = !seek(handle_, size_ - count_) || !ReadFile(handle_, bytes_, count_, &found, nullptr) ||
+                  found < count_;
 }
 
 FileTail::~FileTail() {
@@ -53,9 +54,9 @@ FileTail::~FileTail() {
 }
 
 int FileTail::replace(std::uint32_t dropped, InputStream& by, std::uint32_t length) {
-    seek(handle_, size_ - dropped);
+    if (!seek(handle_, size_ - dropped)) return ERR_WRITE;
     if (copy(by, length) && SetEndOfFile(handle_)) return 0;
-    seek(handle_, size_ - dropped);
+    if (!seek(handle_, size_ - dropped)) return ERR_WRITE;
     write(bytes_ + count_ - dropped, dropped);
     SetEndOfFile(handle_);
     return ERR_WRITE;

@@ -35,6 +35,7 @@ class FileTail {
     FileTail& operator=(const FileTail&) = delete;
 
     bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    bool readFailed() const { return readFailed_; }
     const std::uint8_t* bytes() const { return bytes_; }
     std::uint32_t count() const { return count_; }
 
@@ -49,6 +50,7 @@ class FileTail {
     HANDLE handle_;
     std::uint64_t size_ = 0;
     std::uint32_t count_ = 0;
+    bool readFailed_ = false;
     std::uint8_t bytes_[mostBytes];
 };
 

@@ -43,6 +43,10 @@ InputStream::~InputStream() {
 }
 
 std::uint32_t InputStream::read(void* destination, std::uint32_t count) {
+    if (lost_) {
+        readFailed_ = true;
+        return 0;
+    }
     DWORD n = 0;
     const BOOL ok = inMemory_ ? memory_stream::read(handle_, destination, count, &n, nullptr)
                               : ReadFile(handle_, destination, count, &n, nullptr);
@@ -54,13 +58,17 @@ std::uint32_t InputStream::read(void* destination, std::uint32_t count) {
 std::uint32_t InputStream::seek(std::uint32_t position) {
     const LONG distance = static_cast<LONG>(position);
     LONG high = 0;
-    return inMemory_ ? memory_stream::seekInput(handle_, distance, &high, FILE_BEGIN)
-                     : SetFilePointer(handle_, distance, &high, FILE_BEGIN);
+    if (inMemory_) return memory_stream::seekInput(handle_, distance, &high, FILE_BEGIN);
+    const DWORD reached = SetFilePointer(handle_, distance, &high, FILE_BEGIN);
+    lost_ = reached != position;
+    return reached;
 }
 
 std::uint32_t InputStream::skip(std::int32_t distance) {
-    return inMemory_ ? memory_stream::seekInput(handle_, distance, nullptr, FILE_CURRENT)
-                     : SetFilePointer(handle_, distance, nullptr, FILE_CURRENT);
+    if (inMemory_) return memory_stream::seekInput(handle_, distance, nullptr, FILE_CURRENT);
+    const DWORD reached = SetFilePointer(handle_, distance, nullptr, FILE_CURRENT);
+    if (reached == INVALID_SET_FILE_POINTER) lost_ = true;
+    return reached;
 }
 
 OutputStream::OutputStream(const Target& target) : target_(target), handle_(openTarget(target)) {}
@@ -87,13 +95,17 @@ bool OutputStream::write(const void* source, std::uint32_t count) {
 
 std::uint32_t OutputStream::seek(std::uint32_t position) {
     const LONG distance = static_cast<LONG>(position);
-    return target_.result ? memory_stream::seekOutput(handle_, distance, nullptr, FILE_BEGIN)
-                          : SetFilePointer(handle_, distance, nullptr, FILE_BEGIN);
+    const DWORD reached = target_.result ? memory_stream::seekOutput(handle_, distance, nullptr, FILE_BEGIN)
+                                         : SetFilePointer(handle_, distance, nullptr, FILE_BEGIN);
+    if (reached != position) failed_ = true;
+    return reached;
 }
 
 std::uint32_t OutputStream::position() {
-    return target_.result ? memory_stream::seekOutput(handle_, 0, nullptr, FILE_CURRENT)
-                          : SetFilePointer(handle_, 0, nullptr, FILE_CURRENT);
+    const DWORD at = target_.result ? memory_stream::seekOutput(handle_, 0, nullptr, FILE_CURRENT)
+                                    : SetFilePointer(handle_, 0, nullptr, FILE_CURRENT);
+    if (at == INVALID_SET_FILE_POINTER) failed_ = true;
+    return at;
 }
 
 int OutputStream::status() const {

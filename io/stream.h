@@ -61,7 +61,8 @@ class InputStream {
     // Reads a whole record, or reports that there was not enough.
     bool readWhole(void* destination, std::uint32_t count) { return read(destination, count) == count; }
 
-    // Positions are absolute, or relative to the current one; both return the new position.
+    // Positions are absolute, or relative to the current one; both return the new position. After one that the
+    // system refuses, reads fail until another succeeds: no bytes rather than wrong ones.
     std::uint32_t seek(std::uint32_t position);
     std::uint32_t skip(std::int32_t distance);
     std::uint32_t position() { return skip(0); }
@@ -69,6 +70,7 @@ class InputStream {
  private:
     bool inMemory_;
     bool readFailed_ = false;
+    bool lost_ = false;  // the position is not where it was asked to be
     HANDLE handle_;
 };
 
@@ -85,6 +87,7 @@ class OutputStream {
     // A short write is remembered; what follows is written all the same. Returns true if all was written.
     bool write(const void* source, std::uint32_t count);
 
+    // A position that cannot be reached or told counts as a failed write.
     std::uint32_t seek(std::uint32_t position);
     std::uint32_t position();
 

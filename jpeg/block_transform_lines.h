@@ -1,4 +1,4 @@
-// The forward DCT of Loeffler, Ligtenberg and Moschytz in integers with 13-bit constants, and quantisation,
+// The forward DCT of Loeffler, Ligtenberg and Moschytz in integers, and quantisation,
 // for vectors of any number of lanes: each lane has a block of its own.
 //
 // A pass takes eight vectors, vector i holding sample i of eight lines, to eight vectors of coefficients.
@@ -7,6 +7,7 @@
 // terms of the flow graph are multiplied out, which changes no bit, as nothing is rounded before the end.
 #pragma once
 
+#include "jpeg/dct.h"
 #include "jpeg/quantise.h"
 
 namespace orn32::jpeg {
@@ -43,13 +44,6 @@ class BlockLines {
     }
 
  private:
-    // The flow graph's constants times 8192.
-    static constexpr int c0298 = 2446, c0390 = 3196, c0541 = 4433, c0765 = 6270, c0899 = 7373, c1175 = 9633,
-                         c1501 = 12299, c1847 = 15137, c1961 = 16069, c2053 = 16819, c2562 = 20995,
-                         c3072 = 25172;
-    static constexpr int constantBits = 13;
-    static constexpr int extraBits = 2;  // kept between the passes
-
     // Two vectors of words, interleaved for products of pairs.
     struct Pairs {
         V low, high;
@@ -87,13 +81,15 @@ class BlockLines {
     // The terms without a rotation get the extra bits in the first pass and lose them in the second.
     template <bool first>
     static V scaleSum(V sum) {
-        if constexpr (first) return Simd::template shiftLeft16<extraBits>(sum);
-        return Simd::template signedRight16<extraBits>(Simd::add16(sum, Simd::all16(1 << (extraBits - 1))));
+        if constexpr (first) return Simd::template shiftLeft16<dct::passBits>(sum);
+        return Simd::template signedRight16<dct::passBits>(
+            Simd::add16(sum, Simd::all16(1 << (dct::passBits - 1))));
     }
 
     template <bool first>
     [[gnu::always_inline]] void transformLines() {
-        constexpr int shift = first ? constantBits - extraBits : constantBits + extraBits;
+        using namespace dct;
+        constexpr int shift = first ? dct::factorBits - dct::passBits : dct::factorBits + dct::passBits;
         const V sum07 = Simd::add16(v[0], v[7]), difference07 = Simd::sub16(v[0], v[7]);
         const V sum16 = Simd::add16(v[1], v[6]), difference16 = Simd::sub16(v[1], v[6]);
         const V sum25 = Simd::add16(v[2], v[5]), difference25 = Simd::sub16(v[2], v[5]);
@@ -103,15 +99,19 @@ class BlockLines {
         v[0] = scaleSum<first>(Simd::add16(outer, inner));
         v[4] = scaleSum<first>(Simd::sub16(outer, inner));
         const Pairs even(Simd::sub16(sum07, sum34), Simd::sub16(sum16, sum25));
-        v[2] = rotate<shift>(even, c0541 + c0765, c0541);
-        v[6] = rotate<shift>(even, c0541, c0541 - c1847);
+        v[2] = rotate<shift>(even, f0_541196100 + f0_765366865, f0_541196100);
+        v[6] = rotate<shift>(even, f0_541196100, f0_541196100 - f1_847759065);
 
         // In the flow graph's names: z3 = d34 + d16, z4 = d25 + d07, z5 = (z3 + z4) * 1.175875602.
         const Pairs p(difference34, difference25), q(difference16, difference07);
-        v[7] = rotate<shift>(p, c0298 - c0899 - c1961 + c1175, c1175, q, c1175 - c1961, c1175 - c0899);
-        v[5] = rotate<shift>(p, c1175, c2053 - c2562 - c0390 + c1175, q, c1175 - c2562, c1175 - c0390);
-        v[3] = rotate<shift>(p, c1175 - c1961, c1175 - c2562, q, c3072 - c2562 - c1961 + c1175, c1175);
-        v[1] = rotate<shift>(p, c1175 - c0899, c1175 - c0390, q, c1175, c1501 - c0899 - c0390 + c1175);
+        v[7] = rotate<shift>(p, f0_298631336 - f0_899976223 - f1_961570560 + f1_175875602, f1_175875602, q,
+                             f1_175875602 - f1_961570560, f1_175875602 - f0_899976223);
+        v[5] = rotate<shift>(p, f1_175875602, f2_053119869 - f2_562915447 - f0_390180644 + f1_175875602, q,
+                             f1_175875602 - f2_562915447, f1_175875602 - f0_390180644);
+        v[3] = rotate<shift>(p, f1_175875602 - f1_961570560, f1_175875602 - f2_562915447, q,
+                             f3_072711026 - f2_562915447 - f1_961570560 + f1_175875602, f1_175875602);
+        v[1] = rotate<shift>(p, f1_175875602 - f0_899976223, f1_175875602 - f0_390180644, q, f1_175875602,
+                             f1_501321110 - f0_899976223 - f0_390180644 + f1_175875602);
     }
 
     [[gnu::always_inline]] void transpose() {

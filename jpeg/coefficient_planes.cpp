@@ -2,7 +2,8 @@
 
 namespace orn32::jpeg {
 
-CoefficientPlanes::CoefficientPlanes(const EncodeFrame& frame) : count_(frame.componentCount) {
+CoefficientPlanes::CoefficientPlanes(const EncodeFrame& frame)
+    : count_(frame.componentCount), progressive_(frame.coding == Coding::progressive) {
     for (int i = 0; i < count_; i++) {
         const Component& component = frame.components[i];
         Plane& plane = planes_[i];
@@ -27,6 +28,7 @@ void CoefficientPlanes::store(int component, unsigned column, unsigned row, cons
     forEachBit(block.nonzero().withoutFirst(), [&](unsigned k) {
         const int value = block.at(k);
         to[k] = static_cast<std::int16_t>(value);
+        if (!progressive_) return;
         const unsigned magnitude = static_cast<unsigned>(value < 0 ? -value : value);
         atLeast2.set(k, magnitude >= 2);
         atLeast4.set(k, magnitude >= 4);

@@ -51,6 +51,7 @@ class CoefficientPlanes {
         WorkArray<std::int16_t> coefficients;
     };
     int count_;
+    bool progressive_;  // other scans leave out no bits
     Plane planes_[3];
 };
 

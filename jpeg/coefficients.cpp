@@ -29,11 +29,13 @@ bool Coefficients::allocate() {
     if (!memory_) return false;
     auto start = (reinterpret_cast<std::uintptr_t>(memory_) + alignment - 1) & ~std::uintptr_t{alignment - 1};
     const auto take = [&](std::size_t bytes) { return std::exchange(start, start + bytes); };
-    for (Plane& plane : planes_) {
-        const std::size_t n = std::size_t{plane.across} * plane.down;
-        plane.start = reinterpret_cast<std::int16_t*>(take(n * blockSize * sizeof(std::int16_t)));
-        plane.nonzero = reinterpret_cast<std::uint64_t*>(take(n * sizeof(std::uint64_t)));
-    }
+    const auto blocksOf = [](const Plane& plane) { return std::size_t{plane.across} * plane.down; };
+    // What needs the strictest alignment comes first.
+    for (Plane& plane : planes_)
+        plane.start =
+            reinterpret_cast<std::int16_t*>(take(blocksOf(plane) * blockSize * sizeof(std::int16_t)));
+    for (Plane& plane : planes_)
+        plane.nonzero = reinterpret_cast<std::uint64_t*>(take(blocksOf(plane) * sizeof(std::uint64_t)));
     for (Plane& plane : planes_) plane.rowHasAc = reinterpret_cast<bool*>(take(plane.down));
     return true;
 }

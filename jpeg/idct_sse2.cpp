@@ -99,7 +99,7 @@ template <int bits, Inputs inputs>
     for (const __m128i rows : {_mm_unpacklo_epi8(c0246, c1357), _mm_unpackhi_epi8(c0246, c1357)}) {
         const __m128i samples = _mm_xor_si128(rows, centre);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out), samples);
-        _mm_storeh_pd(reinterpret_cast<double*>(out + stride), _mm_castsi128_pd(samples));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + stride), _mm_unpackhi_epi64(samples, samples));
         out += 2 * stride;
     }
 }

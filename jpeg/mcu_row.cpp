@@ -24,6 +24,7 @@ McuRow::McuRow(const EncodeFrame& frame, const imgdes& image)
       palette_{},
       stride_(std::size_t{frame.mcusPerRow()} * frame.mcuSize() + sampleSlack),
       memory_(MemoryEntry::first, std::uint64_t{stride_} * bytesPerColumn(frame.grey(), indexed_)) {
+    if (!memory_) return;
     planes_[0] = memory_.get();
     planes_[1] = planes_[0] + stride_ * frame.mcuSize();
     planes_[2] = planes_[1] + stride_ * 4;

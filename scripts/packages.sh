@@ -27,6 +27,20 @@ judging=(
     pngcheck=pngcheck
     libpng-tools=pngfix
 )
+# The same sources as 32-bit Linux programs under sanitizers; their zlib comes with 32-bit Wine.
+checking=(
+    cmake=cmake
+    ninja-build=ninja
+    g++-mingw-w64-i686-posix=i686-w64-mingw32-g++-posix
+    libz-mingw-w64-dev=/usr/i686-w64-mingw32/include/zlib.h
+    zlib1g:i386=/usr/lib/i386-linux-gnu/libz.so.1
+    googletest=/usr/src/googletest/CMakeLists.txt
+    'g++-multilib=/usr/lib/gcc/x86_64-linux-gnu/*/32/libgcc.a'
+)
+fuzzing=(
+    clang=clang++
+    'libclang-rt-14-dev=/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-i386.a'
+)
 packaging=(
     python3=/usr/bin/python3
     doxygen=doxygen

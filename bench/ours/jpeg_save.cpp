@@ -48,10 +48,10 @@ std::shared_ptr<Image> grey() {
 const Rows rows(orn32, Code::simd,
                 {{"jpeg/save/420", 0, [] { return save(colour(), 0); }},
                  {"jpeg/save/grey", 0, [] { return save(grey(), 0); }},
-                 {"jpeg/save/420/optimised", 0, [] { return save(colour(), JPG_OPTIMISED); }},
-                 {"jpeg/save/grey/optimised", 0, [] { return save(grey(), JPG_OPTIMISED); }},
-                 {"jpeg/save/420/progressive", 0, [] { return save(colour(), JPG_PROGRESSIVE); }},
-                 {"jpeg/save/grey/progressive", 0, [] { return save(grey(), JPG_PROGRESSIVE); }}});
+                 {"jpeg/save/420/optimised", 0, [] { return save(colour(), JPEG_OPTIMIZED); }},
+                 {"jpeg/save/grey/optimised", 0, [] { return save(grey(), JPEG_OPTIMIZED); }},
+                 {"jpeg/save/420/progressive", 0, [] { return save(colour(), JPEG_PROGRESSIVE); }},
+                 {"jpeg/save/grey/progressive", 0, [] { return save(grey(), JPEG_PROGRESSIVE); }}});
 
 }  // namespace
 }  // namespace bench

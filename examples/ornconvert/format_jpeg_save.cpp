@@ -52,8 +52,8 @@ void applyResolution(const BITMAPINFOHEADER& header) {
 }
 
 UINT saveOptionBits() {
-    const UINT coding = progressive ? JPG_PROGRESSIVE : optimised ? JPG_OPTIMISED : 0;
-    return coding | (thumbnailSize ? JPG_THUMBNAIL : 0);
+    const UINT coding = progressive ? JPEG_PROGRESSIVE : optimised ? JPEG_OPTIMIZED : 0;
+    return coding | (thumbnailSize ? JPEG_THUMBNAIL : 0);
 }
 
 }  // namespace

@@ -84,12 +84,16 @@ TEST(AllocImage, RefusesAndClearsTheRecord) {
 TEST(AllocImage, WithoutMemoryThereIsNoImageAndNoLeak) {
     for (const auto allocate : {allocimage, allocDIB}) {
         imgdes image;
-        failEveryAllocation([&] { return allocate(&image, 10, 10, 8); },
-                            [&](int, int code, const MemoryWatch& watch) {
-                                EXPECT_EQ(code, ERR_MEMORY);
-                                EXPECT_TRUE(isCleared(image));
-                                EXPECT_EQ(watch.live(), 0);
-                            });
+        const auto allocateAndFree = [&] {
+            const int code = allocate(&image, 10, 10, 8);
+            if (code == 0) freeimage(&image);
+            return code;
+        };
+        failEveryAllocation(allocateAndFree, [&](int, int code, const MemoryWatch& watch) {
+            EXPECT_EQ(code, ERR_MEMORY);
+            EXPECT_TRUE(isCleared(image));
+            EXPECT_EQ(watch.live(), 0);
+        });
         MemoryWatch watch;
         ASSERT_EQ(allocate(&image, 10, 10, 8), 0);
         EXPECT_EQ(watch.live(), 1);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <numeric>
 
@@ -105,15 +106,10 @@ void expectFile(const Bytes& got, const Bytes& want, const std::string& what) {
 }
 
 std::vector<std::string> temporaryFiles() {
-    char folder[MAX_PATH];
-    GetTempPathA(MAX_PATH, folder);
     std::vector<std::string> names;
-    WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA((std::string(folder) + "NEW*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return names;
-    do names.push_back(found.cFileName);
-    while (FindNextFileA(search, &found));
-    FindClose(search);
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path()))
+        if (const std::string name = entry.path().filename().string(); name.starts_with("NEW"))
+            names.push_back(name);
     return names;
 }
 

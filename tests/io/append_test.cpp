@@ -6,6 +6,7 @@
 #include "orn32.h"
 #include "tests/support/failing_writes.h"
 #include "tests/support/files.h"
+#include "tests/support/guarded.h"
 
 using namespace orn32;
 using namespace test;
@@ -13,7 +14,8 @@ using namespace test;
 namespace {
 
 int replaceTail(const TempFile& file, std::uint32_t dropped, const Bytes& fresh, std::uint32_t length) {
-    InputStream in(fromBuffer(fresh.data()));
+    const GuardedBytes source(fresh);
+    InputStream in(fromBuffer(source.data()));
     FileTail tail(toFile(file.name()));
     EXPECT_TRUE(tail.isOpen());
     EXPECT_LE(dropped, tail.count());

@@ -88,6 +88,21 @@ TEST(JpegDecode, EverySamplingAndEveryKindOfScanIsExact) {
         }
 }
 
+// What is kept for each block of a plane must not push the blocks of the next one off their alignment.
+TEST(JpegDecode, ProgressivePlanesOfOddNumbersOfBlocksAreExact) {
+    Random random(5);
+    for (const char* sampling : {"11,11,11", "22,11,11", "11,11,11,11"})
+        for (const unsigned side : {1u, 8u, 24u, 41u}) {
+            Case c;
+            c.picture = makePicture(side, side, sampling);
+            randomiseBlocks(c.picture, random, false);
+            c.plan = progressiveScans(c.picture);
+            c.name = std::string(sampling) + " of side " + std::to_string(side);
+            expectExact(c, random);
+            if (HasFatalFailure()) return;
+        }
+}
+
 TEST(JpegDecode, QuantisersOf16BitsCutTheirProducts) {
     Random random(2);
     for (int round = 0; round < 20; round++) {
@@ -159,4 +174,31 @@ TEST(JpegDecode, FilesLoadLikeBuffers) {
     EXPECT_EQ(narrow.bytes(), buffer.bytes());
     EXPECT_EQ(wide.bytes(), buffer.bytes());
     EXPECT_EQ(loadjpg("no such file.jpg", narrow), ERR_OPEN);
+}
+
+// Restart markers and the ends of scans at every position against the borders of the read buffer.
+TEST(JpegDecode, NothingIsLostWhereTheReadBufferEnds) {
+    Random random(6);
+    for (const bool progressive : {false, true}) {
+        Case c;
+        c.picture = makePicture(256, 640, "11,11,11");
+        randomiseBlocks(c.picture, random, true);
+        c.plan = progressive ? progressiveScans(c.picture) : oneScan(c.picture);
+        c.plan.restartInterval = 1;
+        for (unsigned shift = 0; shift < 24; shift++) {
+            c.plan.segments = segment(0xE1, Bytes(shift, 0));
+            c.name = std::string(progressive ? "progressive" : "sequential") + " shifted by " +
+                     std::to_string(shift);
+            const Bytes stream = encode(c.picture, c.plan, random);
+            ASSERT_GT(stream.size(), 100000u);
+            TestImage image(256, 640, 24);
+            ASSERT_EQ(loadjpgfrombuffer(GuardedBytes(stream).data(), image), 0)
+                << c.name << " " << jpeggeterror();
+            const PlainPlanes planes = decodePlainly(c.picture);
+            for (unsigned i = 0; i < 256 * 640; i += 37)
+                ASSERT_EQ(image.pixel(static_cast<int>(i % 256), static_cast<int>(i / 256)),
+                          plainPixel(planes, Colours::ycbcr, i % 256, i / 256))
+                    << c.name << " pixel " << i;
+        }
+    }
 }

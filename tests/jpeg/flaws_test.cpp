@@ -214,3 +214,56 @@ TEST(JpegFlaws, ACodeThatDoesNotExistIsATruncation) {
     EXPECT_EQ(loadjpgfrombuffer(source.data(), image), ERR_TRUNCATED);
     EXPECT_EQ(jpeggeterror(), -105);
 }
+
+// "0 10 1" as bytes, the last one filled with 1 bits.
+namespace {
+
+Bytes fromBits(const std::string& text) {
+    Bytes bytes;
+    unsigned byte = 0, count = 0;
+    const auto put = [&](unsigned bit) {
+        byte = byte << 1 | bit;
+        if (++count % 8 == 0) bytes.push_back(static_cast<std::uint8_t>(byte));
+    };
+    for (const char c : text)
+        if (c != ' ') put(c == '1');
+    while (count % 8) put(1);
+    return bytes;
+}
+
+Bytes codes(unsigned kind, const Bytes& counts, const Bytes& symbols) {
+    Bytes all = counts;
+    all.resize(16, 0);
+    return segment(0xC4, Bytes{static_cast<std::uint8_t>(kind)} + all + symbols);
+}
+
+}  // namespace
+
+// The bits of a value that has no place are not read, whether its code is short or long.
+TEST(JpegFlaws, ARunBeyondTheBlockEndsItBeforeItsValue) {
+    const Bytes frame = Bytes{0xFF, 0xD8} + segment(0xDB, Bytes{0} + Bytes(64, 64)) +
+                        segment(0xC0, {8, 0, 8, 0, 16, 1, 1, 0x11, 0}) + codes(0x00, {1, 1}, {0, 1});
+    const Bytes scan = segment(0xDA, {1, 1, 0x00, 0, 63, 0});
+    // 00 is a run of 16 zeros, 10 the end of a block. A run of 15 and a value is 01, or a code of 13 bits.
+    struct {
+        Bytes table;
+        const char* bits;
+        unsigned second;  // the level of the block that follows
+    } const cases[] = {
+        {codes(0x10, {0, 3}, {0xF0, 0xF1, 0x00}), "0 00 00 00 01  10 1 10", 136},
+        {codes(0x10, {0, 3}, {0xF0, 0xF1, 0x00}), "0 00 00 00 01  0 10", 128},
+        {codes(0x10, {0, 3}, {0xF0, 0xF3, 0x00}), "0 00 00 00 01  0 10", 128},
+        {codes(0x10, {0, 3}, {0xF0, 0xFE, 0x00}), "0 00 00 00 01  10 1 10", 136},
+        {codes(0x10, {0, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, {0xF0, 0x11, 0x00, 0xF2}),
+         "0 00 00 00 1100000000000  10 1 10", 136},
+    };
+    for (const auto& c : cases) {
+        Bytes stream = frame + c.table + scan + fromBits(c.bits) + Bytes{0xFF, 0xD9};
+        stream.resize(std::max<std::size_t>(stream.size(), 100), 0);
+        TestImage image(16, 8, 8);
+        ASSERT_EQ(loadjpgfrombuffer(GuardedBytes(stream).data(), image), 0)
+            << c.bits << " " << jpeggeterror();
+        EXPECT_EQ(image.pixel(0, 0), 128u) << c.bits;
+        EXPECT_EQ(image.pixel(8, 0), c.second) << c.bits;
+    }
+}

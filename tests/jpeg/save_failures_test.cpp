@@ -1,9 +1,8 @@
 // Saving JPEG when things go wrong: the code, nothing leaked, no file left behind.
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "tests/jpeg/saved.h"
+#include "tests/support/failing_writes.h"
 #include "tests/support/guarded.h"
 #include "tests/support/memory_watch.h"
 
@@ -18,32 +17,6 @@ void fillWithNoise(TestImage& image) {
     Random random(1);
     image.randomise(random);
 }
-
-// An output that takes so many bytes and then breaks: the far end of a pipe is closed.
-class BreakingPipe {
- public:
-    explicit BreakingPipe(DWORD capacity) {
-        static int count = 0;
-        name_ = "\\\\.\\pipe\\orn32-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count);
-        pipe_ = CreateNamedPipeA(name_.c_str(), PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_WAIT, 1, 0, 0, 0,
-                                 nullptr);
-        reader_ = std::thread([this, capacity] {
-            ConnectNamedPipe(pipe_, nullptr);
-            Bytes bytes(capacity);
-            DWORD total = 0, n = 0;
-            while (total < capacity && ReadFile(pipe_, bytes.data() + total, capacity - total, &n, nullptr))
-                total += n;
-            CloseHandle(pipe_);
-        });
-    }
-    ~BreakingPipe() { reader_.join(); }
-    const char* name() const { return name_.c_str(); }
-
- private:
-    std::string name_;
-    HANDLE pipe_;
-    std::thread reader_;
-};
 
 }  // namespace
 
@@ -126,11 +99,13 @@ TEST(SaveJpegFailures, ABrokenOutputIsAWriteErrorWhereverItBreaks) {
     fillWithNoise(image);
     const MemoryWatch watch;
     for (const UINT options : {0u, 1u, 2u, 0x10u}) {
-        for (const DWORD taken : {1u, 10u, 21u, 300u, 5000u, 66000u, 150000u}) {
-            BreakingPipe pipe(taken);
-            EXPECT_EQ(savejpgex(pipe.name(), image, 100, options), ERR_WRITE)
+        for (const unsigned taken : {0u, 1u, 10u, 21u, 300u, 5000u, 66000u, 150000u}) {
+            const TempFile file(".jpg");
+            const FullDisk disk(taken);
+            EXPECT_EQ(savejpgex(file.name(), image, 100, options), ERR_WRITE)
                 << options << " after " << taken;
             EXPECT_EQ(watch.live(), 0) << options << " after " << taken;
+            EXPECT_FALSE(file.exists()) << options << " after " << taken;
             if (taken >= 66000 && options != 1) {
                 EXPECT_EQ(jpeggeterror(), writeFailure) << options;
             }

@@ -31,6 +31,7 @@ class Saved {
         while (n > 2 && (p[n - 2] != 0xFF || p[n - 1] != 0xD9)) n--;
         return {p, p + n};
     }
+    const void* data() const { return buffer_; }
 
  private:
     void* buffer_ = nullptr;

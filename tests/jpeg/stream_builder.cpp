@@ -382,9 +382,4 @@ Bytes segment(std::uint8_t marker, const Bytes& contents) {
     return Bytes{0xFF, marker} + word(static_cast<unsigned>(contents.size()) + 2) + contents;
 }
 
-Bytes operator+(Bytes a, const Bytes& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 }  // namespace test

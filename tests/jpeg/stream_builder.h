@@ -65,7 +65,6 @@ Bytes encode(const CoefPicture& picture, const StreamPlan& plan, Random& random)
 
 // A segment: marker, length, contents.
 Bytes segment(std::uint8_t marker, const Bytes& contents);
-Bytes operator+(Bytes a, const Bytes& b);
 
 // The picture's samples at full size, one plane per component, decoded in the plainest way.
 struct PlainPlanes {

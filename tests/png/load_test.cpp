@@ -258,7 +258,7 @@ TEST(LoadPng, WorkingMemoryDoesNotGrowWithTheHeight) {
     static UINT peak, live;
     const auto largest = [&](unsigned height) {
         Picture picture = randomPicture(random, 50, height, 8, 2);
-        const Bytes file = fileOf(picture, random);
+        const GuardedBytes file(fileOf(picture, random));
         TestImage image(50, height, 24);
         peak = live = 0;
         InitializeLibrary([](UINT n) { return peak += n, std::malloc(n); },

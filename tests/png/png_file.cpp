@@ -30,11 +30,6 @@ std::uint32_t fromBigEndian32(const std::uint8_t* p) {
     return static_cast<std::uint32_t>(p[0] << 24 | p[1] << 16 | p[2] << 8 | p[3]);
 }
 
-Bytes operator+(Bytes a, const Bytes& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 Bytes asBytes(const std::string& text) {
     return Bytes(text.begin(), text.end());
 }

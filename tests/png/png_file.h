@@ -20,7 +20,6 @@ std::uint32_t plainCrc(const std::uint8_t* bytes, std::size_t count);
 Bytes bigEndian32(std::uint32_t value);
 std::uint32_t fromBigEndian32(const std::uint8_t* bytes);
 
-Bytes operator+(Bytes a, const Bytes& b);
 Bytes asBytes(const std::string& text);
 
 // The signature and the chunks.

@@ -14,12 +14,14 @@ namespace {
 // An operation with every kind of argument: adds to the area's blue, and reports what it was called with.
 struct Seen {
     int calls = 0;
+    unsigned sourceBits = 0;
     imgdes source = {}, destination = {};
 };
 
 int addToBlue(int amount, Seen* seen, int code, imgdes* source, imgdes* destination) {
     seen->calls++;
     seen->source = *source;
+    seen->sourceBits = source->header->biBitCount;
     seen->destination = *destination;
     if (const int wrong = checkrange_(destination)) return wrong;
     for (UINT y = destination->top; y <= destination->bottom; y++)
@@ -79,7 +81,7 @@ TEST(RgbDetour, TheAreaIsChangedAndTheWholePictureRequantised) {
         EXPECT_EQ(std::memcmp(&sourceRecord, &source.image, sizeof(imgdes)), 0);
         EXPECT_EQ(seen.calls, 1);
         EXPECT_EQ(std::memcmp(&seen.source, &seen.destination, sizeof(imgdes)), 0) << "in place";
-        EXPECT_EQ(seen.source.header->biBitCount, 24);
+        EXPECT_EQ(seen.sourceBits, 24u);
     }
 }
 

@@ -1,18 +1,15 @@
 #include "tests/support/failing_writes.h"
 
-#include <windows.h>
-
 #include <algorithm>
 
-// The program's own entry for WriteFile in its import table.
-extern "C" void* importedWriteFile __asm__("__imp__WriteFile@20");
+#include "tests/support/import_write.h"
 
 namespace test {
 namespace {
 
 unsigned left;
 bool full;
-decltype(&WriteFile) systemWriteFile;
+WriteFunction systemWriteFile;
 
 BOOL WINAPI writeWhatFits(HANDLE file, const void* source, DWORD count, DWORD* written,
                           OVERLAPPED* overlapped) {
@@ -25,24 +22,16 @@ BOOL WINAPI writeWhatFits(HANDLE file, const void* source, DWORD count, DWORD* w
     return systemWriteFile(file, source, count - fresh + fits, written, overlapped);
 }
 
-void import(void* function) {
-    DWORD protection;
-    VirtualProtect(&importedWriteFile, sizeof(void*), PAGE_READWRITE, &protection);
-    importedWriteFile = function;
-    VirtualProtect(&importedWriteFile, sizeof(void*), protection, &protection);
-}
-
 }  // namespace
 
 FullDisk::FullDisk(unsigned freeBytes) {
     left = freeBytes;
     full = false;
-    systemWriteFile = reinterpret_cast<decltype(systemWriteFile)>(importedWriteFile);
-    import(reinterpret_cast<void*>(writeWhatFits));
+    systemWriteFile = importWriteFile(writeWhatFits);
 }
 
 FullDisk::~FullDisk() {
-    import(reinterpret_cast<void*>(systemWriteFile));
+    importWriteFile(systemWriteFile);
 }
 
 bool FullDisk::wasFull() const {

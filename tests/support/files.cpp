@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 
 namespace test {
@@ -55,12 +56,10 @@ std::vector<std::string> corpusFiles(const std::string& folder, const std::strin
     std::vector<std::string> names;
     const std::string full = corpusFile(folder);
     if (full.empty()) return names;
-    WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA((full + "/*" + extension).c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return names;
-    do names.push_back(full + "/" + found.cFileName);
-    while (FindNextFileA(search, &found));
-    FindClose(search);
+    for (const auto& entry : std::filesystem::directory_iterator(full)) {
+        const std::string name = entry.path().filename().string();
+        if (name.ends_with(extension)) names.push_back(full + "/" + name);
+    }
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -9,6 +9,11 @@ namespace test {
 
 using Bytes = std::vector<std::uint8_t>;
 
+inline Bytes operator+(Bytes a, const Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
 // A name in the temporary folder, for a file that is deleted at the end.
 class TempFile {
  public:

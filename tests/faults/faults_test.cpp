@@ -1,0 +1,166 @@
+// The finished DLL while memory runs out and files go wrong: every export that takes memory, reads or writes,
+// with each of its system calls failing in turn. Each time: a result code, nothing kept, no lock held, no
+// partial file, and the next call works as if nothing had been.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+
+#include "orn32.h"
+#include "tests/faults/calls.h"
+#include "tests/faults/import_table.h"
+
+using namespace faults;
+
+namespace {
+
+std::string folder() {
+    char path[MAX_PATH];
+    GetTempPathA(MAX_PATH, path);
+    return path + std::string("orn32-faults-") + std::to_string(GetCurrentProcessId());
+}
+
+class Faults : public testing::Test {
+ protected:
+    static void SetUpTestSuite() {
+        calls = makeCalls(folder());
+        for (const Call& call : calls) {
+            start({});
+            results.push_back(call.run());
+            outputs.push_back(call.output());
+        }
+    }
+    static void TearDownTestSuite() {
+        calls.clear();
+        std::filesystem::remove_all(folder());
+    }
+
+    static std::vector<Call> calls;
+    static std::vector<int> results;  // of the calls when nothing fails
+    static std::vector<unsigned> outputs;
+};
+
+std::vector<Call> Faults::calls;
+std::vector<int> Faults::results;
+std::vector<unsigned> Faults::outputs;
+
+std::string describe(const Call& call, const Plan& plan) {
+    return call.name + ", " + nameOf(plan.kind) + " " + std::to_string(plan.n) +
+           (plan.forGood ? " and later" : "") + (plan.isShort ? " short" : "");
+}
+
+bool isACode(int code) {
+    return code <= 0 && code >= ERR_TOO_LARGE;
+}
+
+// An image operation that takes a lock may still be in it: another thread can tell.
+bool othersCanCall(const Call& call) {
+    auto other = std::async(std::launch::async, call.run);
+    return other.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+}
+
+}  // namespace
+
+class FaultsOf : public Faults, public testing::WithParamInterface<Kind> {
+ protected:
+    // Whether calls of that kind may fail unnoticed: a load takes an early end for the end of the picture.
+    static bool mustFail(const Plan& plan, const Call& call) {
+        return plan.kind != Kind::read && !(plan.kind == Kind::seek && call.made.empty());
+    }
+
+    // An animation that cannot be opened is made anew, and a bitmap whose pixels are loaded but whose palette
+    // cannot be read has none.
+    static bool mayDiffer(const Plan& plan, const Call& call) {
+        if (call.appends) return plan.kind == Kind::open && plan.n == 1;
+        return call.name.starts_with("loadbmp") && call.name.ends_with("b.bmp") &&
+               ((plan.kind == Kind::open && plan.n > 2) || (plan.kind == Kind::allocation && plan.n > 1));
+    }
+
+    // One run with the plan. Returns false when the call has run through without a fault.
+    static bool runOnce(std::size_t which, const Plan& plan) {
+        const Call& call = calls[which];
+        const std::string what = describe(call, plan);
+        if (!call.made.empty() && !call.appends) std::filesystem::remove(call.made);
+        const Held before = held();
+        start(plan);
+        const int code = call.run();
+        const bool struck = hasStruck();
+        stop();
+        EXPECT_EQ(held(), before) << what << ": blocks " << held().blocks - before.blocks << ", global "
+                                  << held().globals - before.globals << ", files "
+                                  << held().files - before.files << ", bitmaps "
+                                  << held().bitmaps - before.bitmaps;
+        if (!struck) {
+            EXPECT_EQ(code, results[which]) << what;
+            return false;
+        }
+        if (mustFail(plan, call) && code == results[which] && !mayDiffer(plan, call)) {
+            EXPECT_EQ(call.output(), outputs[which]) << what << ": a success that is none";
+        } else if (code != results[which]) {
+            EXPECT_TRUE(isACode(code)) << what << ": " << code;
+            if (!call.made.empty() && !call.appends) {
+                EXPECT_FALSE(std::filesystem::exists(call.made)) << what << ": a partial file";
+            }
+        }
+        EXPECT_EQ(call.run(), results[which]) << what << ": the next call";
+        EXPECT_EQ(call.output(), outputs[which]) << what << ": the next call's output";
+        return true;
+    }
+};
+
+TEST_P(FaultsOf, EachOneInEveryCallIsReportedAndLeavesNothingBehind) {
+    int tried = 0;
+    for (std::size_t which = 0; which < calls.size(); which++) {
+        bool everStruck = false;
+        for (const bool isShort : {false, true})
+            for (const bool forGood : {false, true}) {
+                const bool canBeShort = GetParam() == Kind::read || GetParam() == Kind::write;
+                if (isShort && !canBeShort) continue;
+                for (int n = 1; runOnce(which, {GetParam(), n, forGood, isShort}); n++, tried++)
+                    everStruck = true;
+            }
+        if (!everStruck) continue;
+        EXPECT_TRUE(othersCanCall(calls[which])) << calls[which].name << " holds a lock";
+    }
+    RecordProperty("tried", tried);
+    std::printf("%s: %d faults in %zu calls\n", nameOf(GetParam()), tried, calls.size());
+    EXPECT_GT(tried, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, FaultsOf,
+                         testing::Values(Kind::allocation, Kind::globalMemory, Kind::open, Kind::read,
+                                         Kind::write, Kind::seek, Kind::end, Kind::dibSection));
+
+// When an append fails, the file has the frames it had.
+TEST_F(Faults, AnAppendThatFailsLeavesTheFileAsItWas) {
+    const std::string name = folder() + "\\f.gif", original = folder() + "\\e.gif";
+    const auto contents = [](const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return std::string((std::istreambuf_iterator<char>(file)), {});
+    };
+    const std::string before = contents(original);
+    for (const Call& call : calls) {
+        if (!call.appends) continue;
+        for (const Kind kind : {Kind::allocation, Kind::open, Kind::write, Kind::read, Kind::seek, Kind::end})
+            // A file that cannot be opened is made anew: the first open is left to succeed.
+            for (int n = kind == Kind::open ? 2 : 1;; n++) {
+                start({kind, n, false, false});
+                const int code = call.run();
+                const bool struck = hasStruck();
+                stop();
+                if (!struck) break;
+                EXPECT_LT(code, 0) << call.name << ", " << nameOf(kind) << " " << n;
+                if (code < 0 && contents(name) != before)
+                    ADD_FAILURE() << call.name << ", " << nameOf(kind) << " " << n;
+            }
+    }
+}
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    hook(GetModuleHandleA("orn32.dll"));
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,209 @@
+#include "tests/faults/import_table.h"
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "orn32.h"
+
+namespace faults {
+namespace {
+
+Plan plan;
+std::atomic<int> calls[static_cast<int>(Kind::count)];
+std::atomic<bool> struck;
+std::atomic<long> blocks, globals, files, bitmaps;
+
+bool strikes(Kind kind) {
+    const int n = ++calls[static_cast<int>(kind)];
+    if (plan.n == 0 || kind != plan.kind || (plan.forGood ? n < plan.n : n != plan.n)) return false;
+    struck = true;
+    return true;
+}
+
+// --- memory, as given to InitializeLibrary
+// -----------------------------------------------------------------------
+
+std::atomic<long long> bytes, bytesAtStart, mostBytes;
+
+void count(std::size_t size) {
+    bytes += static_cast<long long>(size);
+    if (bytes > mostBytes) mostBytes = bytes.load();
+}
+
+void* counted(void* block) {
+    if (!block) return block;
+    blocks++;
+    count(_msize(block));
+    return block;
+}
+void* __cdecl alloc(UINT size) {
+    return strikes(Kind::allocation) ? nullptr : counted(std::malloc(size));
+}
+void* __cdecl calloc(UINT count, UINT size) {
+    return strikes(Kind::allocation) ? nullptr : counted(std::calloc(count, size));
+}
+void __cdecl release(void* block) {
+    if (block) {
+        blocks--;
+        bytes -= static_cast<long long>(_msize(block));
+    }
+    std::free(block);
+}
+
+// --- the system's functions
+// --------------------------------------------------------------------------------------
+
+HGLOBAL WINAPI globalAlloc(UINT flags, SIZE_T size) {
+    if (strikes(Kind::globalMemory)) return nullptr;
+    const HGLOBAL handle = GlobalAlloc(flags, size);
+    if (handle) {
+        globals++;
+        count(GlobalSize(handle));
+    }
+    return handle;
+}
+HGLOBAL WINAPI globalFree(HGLOBAL handle) {
+    globals--;
+    bytes -= static_cast<long long>(GlobalSize(handle));
+    return GlobalFree(handle);
+}
+HANDLE opened(HANDLE file) {
+    if (file != INVALID_HANDLE_VALUE) files++;
+    return file;
+}
+HANDLE WINAPI createFileA(const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                          DWORD disposition, DWORD flags, HANDLE model) {
+    if (strikes(Kind::open)) return INVALID_HANDLE_VALUE;
+    return opened(CreateFileA(name, access, share, security, disposition, flags, model));
+}
+HANDLE WINAPI createFileW(const WCHAR* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                          DWORD disposition, DWORD flags, HANDLE model) {
+    if (strikes(Kind::open)) return INVALID_HANDLE_VALUE;
+    return opened(CreateFileW(name, access, share, security, disposition, flags, model));
+}
+BOOL WINAPI closeHandle(HANDLE file) {
+    files--;
+    return CloseHandle(file);
+}
+BOOL WINAPI readFile(HANDLE file, void* to, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
+    if (!strikes(Kind::read)) return ReadFile(file, to, count, done, overlapped);
+    if (plan.isShort) return ReadFile(file, to, count / 2, done, overlapped);
+    *done = 0;
+    return FALSE;
+}
+BOOL WINAPI writeFile(HANDLE file, const void* from, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
+    if (!strikes(Kind::write)) return WriteFile(file, from, count, done, overlapped);
+    if (plan.isShort) return WriteFile(file, from, count / 2, done, overlapped);
+    *done = 0;
+    return FALSE;
+}
+DWORD WINAPI setFilePointer(HANDLE file, LONG distance, LONG* high, DWORD method) {
+    return strikes(Kind::seek) ? INVALID_SET_FILE_POINTER : SetFilePointer(file, distance, high, method);
+}
+BOOL WINAPI setEndOfFile(HANDLE file) {
+    return strikes(Kind::end) ? FALSE : SetEndOfFile(file);
+}
+HBITMAP WINAPI createDibSection(HDC dc, const BITMAPINFO* info, UINT usage, void** bits, HANDLE section,
+                                DWORD offset) {
+    if (strikes(Kind::dibSection)) return nullptr;
+    const HBITMAP bitmap = CreateDIBSection(dc, info, usage, bits, section, offset);
+    if (bitmap) bitmaps++;
+    return bitmap;
+}
+BOOL WINAPI deleteObject(HGDIOBJ object) {
+    bitmaps--;
+    return DeleteObject(object);
+}
+
+void replaceImport(HMODULE dll, const char* name, void* function) {
+    auto* base = reinterpret_cast<std::uint8_t*>(dll);
+    const auto* headers =
+        reinterpret_cast<IMAGE_NT_HEADERS32*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    auto* import = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
+        base + headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+    for (; import->Name; import++) {
+        auto* names = reinterpret_cast<IMAGE_THUNK_DATA32*>(base + import->OriginalFirstThunk);
+        auto* slots = reinterpret_cast<void**>(base + import->FirstThunk);
+        for (; names->u1.AddressOfData; names++, slots++) {
+            const auto* entry = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
+            if (std::strcmp(reinterpret_cast<const char*>(entry->Name), name) != 0) continue;
+            DWORD protection;
+            VirtualProtect(slots, sizeof *slots, PAGE_READWRITE, &protection);
+            *slots = function;
+            VirtualProtect(slots, sizeof *slots, protection, &protection);
+            return;
+        }
+    }
+    throw std::runtime_error(std::string("not imported: ") + name);
+}
+
+}  // namespace
+
+const char* nameOf(Kind kind) {
+    constexpr const char* names[] = {"allocation",
+                                     "global memory",
+                                     "opening a file",
+                                     "read",
+                                     "write",
+                                     "seek",
+                                     "setting the end of the file",
+                                     "making a bitmap"};
+    return names[static_cast<int>(kind)];
+}
+
+void hook(HMODULE dll) {
+    const struct {
+        const char* name;
+        void* function;
+    } hooks[] = {{"GlobalAlloc", reinterpret_cast<void*>(globalAlloc)},
+                 {"GlobalFree", reinterpret_cast<void*>(globalFree)},
+                 {"CreateFileA", reinterpret_cast<void*>(createFileA)},
+                 {"CreateFileW", reinterpret_cast<void*>(createFileW)},
+                 {"CloseHandle", reinterpret_cast<void*>(closeHandle)},
+                 {"ReadFile", reinterpret_cast<void*>(readFile)},
+                 {"WriteFile", reinterpret_cast<void*>(writeFile)},
+                 {"SetFilePointer", reinterpret_cast<void*>(setFilePointer)},
+                 {"SetEndOfFile", reinterpret_cast<void*>(setEndOfFile)},
+                 {"CreateDIBSection", reinterpret_cast<void*>(createDibSection)},
+                 {"DeleteObject", reinterpret_cast<void*>(deleteObject)}};
+    for (const auto& h : hooks) replaceImport(dll, h.name, h.function);
+    InitializeLibrary(alloc, alloc, calloc, calloc, release);
+}
+
+void start(const Plan& next) {
+    plan = next;
+    struck = false;
+    for (auto& n : calls) n = 0;
+    bytesAtStart = mostBytes = bytes.load();
+}
+
+bool hasStruck() {
+    return struck;
+}
+
+void stop() {
+    plan = {};
+}
+
+Held held() {
+    return {blocks, globals, files, bitmaps};
+}
+
+std::size_t peakBytes() {
+    return static_cast<std::size_t>(mostBytes - bytesAtStart);
+}
+
+std::size_t sizeOf(void* block) {
+    return _msize(block);
+}
+
+void releaseBlock(void* block) {
+    release(block);
+}
+
+}  // namespace faults

@@ -1,0 +1,45 @@
+// Puts functions of the tests in place of the system's in the DLL's import table, and counts and fails their
+// calls.
+#pragma once
+
+#include <windows.h>
+
+namespace faults {
+
+enum class Kind { allocation, globalMemory, open, read, write, seek, end, dibSection, count };
+
+const char* nameOf(Kind kind);
+
+// Which calls go wrong: call n of a kind (0: none), and those after it if forGood. A short one does half of
+// what was asked and reports that; else the call fails.
+struct Plan {
+    Kind kind = Kind::allocation;
+    int n = 0;
+    bool forGood = false;
+    bool isShort = false;
+};
+
+// Hooks the DLL's imports, once.
+void hook(HMODULE dll);
+
+// From here on calls are counted anew and go wrong by the plan.
+void start(const Plan& plan);
+bool hasStruck();  // a call has gone wrong since start
+void stop();       // all calls work again
+
+// What the DLL holds: memory blocks (of the functions of InitializeLibrary, global memory), open files,
+// bitmaps.
+struct Held {
+    long blocks, globals, files, bitmaps;
+    bool operator==(const Held&) const = default;
+};
+Held held();
+
+// The most bytes that were held at a time since start, beyond those held then.
+std::size_t peakBytes();
+
+// A buffer that the DLL has handed out.
+std::size_t sizeOf(void* block);
+void releaseBlock(void* block);
+
+}  // namespace faults

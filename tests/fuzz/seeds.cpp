@@ -1,0 +1,140 @@
+// seeds FOLDER: writes small sound files of every kind to FOLDER/bmp, gif, png, jpeg, gifcodec and save, for
+// the fuzzers to start from.
+#include <filesystem>
+#include <string>
+
+#include "core/library.h"
+#include "orn32.h"
+#include "tests/gif/gif_builder.h"
+#include "tests/jpeg/stream_builder.h"
+#include "tests/png/png_file.h"
+#include "tests/support/bmp_builder.h"
+#include "tests/support/test_image.h"
+
+using namespace test;
+
+namespace {
+
+std::string folder;
+
+void keep(const char* target, const Bytes& file) {
+    static int count = 0;
+    std::filesystem::create_directories(folder + "/" + target);
+    writeFile(folder + "/" + target + "/seed-" + std::to_string(++count), file);
+}
+
+void keepBuffer(const char* target, int code, void* buffer) {
+    if (code != 0) return;
+    const auto* bytes = static_cast<std::uint8_t*>(buffer);
+    keep(target, Bytes(bytes, bytes + GlobalSize(GlobalHandle(buffer))));
+    GlobalFree(GlobalHandle(buffer));
+}
+
+void savedFiles(Random& random) {
+    for (const unsigned bits : {1u, 8u, 24u}) {
+        TestImage image(21, 13, bits);
+        image.randomise(random);
+        if (bits < 24) image.randomisePalette(random);
+        void* buffer = nullptr;
+        for (const int rle : {0, 1}) keepBuffer("bmp", savebmptobuffer(&buffer, image, rle), buffer);
+        for (const UINT flags : {0u, 1u, 2u, 4u, 0x30001u})
+            keepBuffer("gif", savegiftobufferex(&buffer, image, flags, 1), buffer);
+        for (int option = 0; option < 12; option++)
+            keepBuffer("png", savepngtobuffer(&buffer, image, option), buffer);
+        for (const UINT option : {0u, 1u, 2u, 0x10u, 0x11u, 0x12u})
+            keepBuffer("jpeg", savejpgtobufferex(&buffer, image, 60, option), buffer);
+    }
+}
+
+void bitmaps(Random& random) {
+    for (const unsigned headerSize : {12u, 40u, 64u, 108u})
+        for (const unsigned bits : {1u, 4u, 8u, 16u, 24u, 32u})
+            for (const unsigned compression : {0u, 1u, 2u, 3u}) {
+                BmpBuilder bmp;
+                bmp.headerSize = headerSize;
+                bmp.bits = bits;
+                bmp.compression = compression;
+                bmp.height = headerSize == 40 && compression == 0 ? -3 : 3;
+                if (compression == 3) bmp.masks = {0xF800, 0x7E0, 0x1F};
+                if (bits <= 8)
+                    bmp.palette = random.bytes((std::size_t{1} << bits) * (headerSize == 12 ? 3 : 4));
+                bmp.pixels = compression == 1 || compression == 2
+                                 ? Bytes{3, 7, 0, 3, 1, 2, 3, 0, 0, 0, 2, 9, 0, 1}
+                                 : random.bytes(48);
+                keep("bmp", bmp.build());
+            }
+}
+
+void pngs(Random& random) {
+    constexpr struct {
+        unsigned type, depth, bits;
+    } kinds[] = {{0, 1, 1}, {0, 2, 2}, {0, 4, 4}, {0, 8, 8},  {0, 16, 16}, {2, 8, 24}, {2, 16, 48}, {3, 1, 1},
+                 {3, 2, 2}, {3, 4, 4}, {3, 8, 8}, {4, 8, 16}, {4, 16, 32}, {6, 8, 32}, {6, 16, 64}};
+    for (const auto& kind : kinds)
+        for (const int level : {0, 6}) {
+            Bytes rows;
+            for (unsigned y = 0; y < 9; y++) {
+                rows.push_back(static_cast<std::uint8_t>(y % 5));
+                rows = rows + random.bytes((11 * kind.bits + 7) / 8);
+            }
+            std::vector<Chunk> chunks = {headerChunk(11, 9, kind.depth, kind.type),
+                                         {"gAMA", {0, 0, 0xB1, 0x8F}},
+                                         {"pHYs", {0, 0, 1, 0, 0, 0, 1, 0, 1}},
+                                         {"oFFs", {0, 0, 0, 1, 0, 0, 0, 2, 0}},
+                                         {"tEXt", asBytes(std::string("Title\0text", 10))}};
+            if (kind.type == 3) chunks.push_back({"PLTE", random.bytes(48)});
+            if (kind.type != 4 && kind.type != 6) chunks.push_back({"tRNS", Bytes(kind.type == 0 ? 2 : 6)});
+            for (const Chunk& chunk : dataChunks(compressed(rows, level), 40)) chunks.push_back(chunk);
+            chunks.push_back({"IEND", {}});
+            keep("png", pngFile(chunks));
+        }
+}
+
+void jpegs(Random& random) {
+    for (const char* sampling : {"11", "11,11,11", "22,11,11", "21,11,11", "12,11,11", "11,11,11,11",
+                                 "22,11,11,22", "11,22,12", "41,11,11"})
+        for (const int plan : {0, 1, 2})
+            for (const unsigned restart : {0u, 2u}) {
+                CoefPicture picture = makePicture(37, 29, sampling);
+                randomiseBlocks(picture, random, restart != 0);
+                StreamPlan stream = plan == 0   ? oneScan(picture)
+                                    : plan == 1 ? separateScans(picture)
+                                                : progressiveScans(picture);
+                stream.restartInterval = restart;
+                if (picture.components.size() == 4) stream.adobeTransform = 2;
+                keep("jpeg", encode(picture, stream, random));
+            }
+}
+
+void codecData(Random& random) {
+    for (const unsigned bits : {2u, 4u, 8u}) {
+        Bytes pixels = random.bytes(500), coded(2 * 500 + 300);
+        for (auto& pixel : pixels)
+            pixel &= static_cast<std::uint8_t>((1u << bits) - 1 & (pixel & 1 ? 1 : 255));
+        GifCodeParams params{};
+        params.codesize = bits;
+        coded.resize(GifEncode(&params, pixels.data(), 500, coded.data(), static_cast<UINT>(coded.size())));
+        keep("gifcodec", pixels);
+        keep("gifcodec", coded);
+        GifBuilder gif;
+        gif.header(25, 20).descriptor(25, 20).raw(coded);
+        keep("gif", gif.bytes);
+        keep("save", pixels);
+        keep("save", random.bytes(40 * bits));
+    }
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 2) return 1;
+    folder = arguments[1];
+    orn32::attachProcess(nullptr);
+    Random random(2026);
+    savedFiles(random);
+    bitmaps(random);
+    pngs(random);
+    jpegs(random);
+    codecData(random);
+    return 0;
+}
