@@ -37,7 +37,7 @@ static int round_trip(void)
     if (savepng("t.png", &colour, 0) != 0 || pnginfo("t.png", &png) != 0) return 20;
     if (png.width != WIDTH || png.height != HEIGHT || png.dibbits != 24) return 21;
     if (loadpng("t.png", &back) != 0 || !same_pixels(&colour, &back, 0)) return 22;
-    if (savejpgex("t.jpg", &colour, 95, JPG_PROGRESSIVE) != 0 || jpeginfoex("t.jpg", &jpeg) != 0) return 30;
+    if (savejpgex("t.jpg", &colour, 95, JPEG_PROGRESSIVE) != 0 || jpeginfoex("t.jpg", &jpeg) != 0) return 30;
     if (jpeg.width != WIDTH || jpeg.height != HEIGHT || jpeg.ftype != 2) return 31;
     if (loadjpg("t.jpg", &back) != 0) return 32;
     if (same_pixels(&colour, &back, 0) || !same_pixels(&colour, &back, 200)) return 33;
