@@ -37,7 +37,7 @@ class ScanTables {
  private:
     void writeOne(TableClass tableClass, unsigned slot, const SymbolCounts& counts, HuffmanCodes& codes) {
         if (!counts.any()) return;
-        const HuffmanSpec table = optimalTable(counts);
+        const HuffmanDefinition table = optimalTable(counts);
         writeHuffmanTable(out_, tableClass, slot, table);
         codes = HuffmanCodes(table);
     }

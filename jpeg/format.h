@@ -56,7 +56,7 @@ struct Scan {
 };
 
 // A Huffman table as DHT has it: how many codes of each length from 1 to 16, and their symbols in order.
-struct HuffmanSpec {
+struct HuffmanDefinition {
     std::uint8_t counts[16];
     std::uint8_t values[256];
 

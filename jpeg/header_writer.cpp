@@ -93,7 +93,8 @@ void writeFrame(OutputStream& out, const EncodeFrame& frame) {
     segments.writeTo(out);
 }
 
-void writeHuffmanTable(OutputStream& out, TableClass tableClass, unsigned slot, const HuffmanSpec& table) {
+void writeHuffmanTable(OutputStream& out, TableClass tableClass, unsigned slot,
+                       const HuffmanDefinition& table) {
     const auto total = static_cast<unsigned>(table.total());
     Segments segments;
     segments.begin(marker::dht, 19 + total);

@@ -11,7 +11,8 @@ enum class TableClass : std::uint8_t { dc = 0x00, ac = 0x10 };
 
 void writeStart(OutputStream& out, const Resolution& resolution);  // SOI and JFIF
 void writeFrame(OutputStream& out, const EncodeFrame& frame);      // quantisation tables and SOF
-void writeHuffmanTable(OutputStream& out, TableClass tableClass, unsigned slot, const HuffmanSpec& table);
+void writeHuffmanTable(OutputStream& out, TableClass tableClass, unsigned slot,
+                       const HuffmanDefinition& table);
 void writeScan(OutputStream& out, const EncodeFrame& frame, const Scan& scan);
 void writeEnd(OutputStream& out);
 

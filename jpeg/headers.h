@@ -16,7 +16,7 @@ struct QuantTable {
 
 struct HuffmanSlot {
     bool present;
-    HuffmanSpec spec;
+    HuffmanDefinition definition;
 };
 
 struct Density {

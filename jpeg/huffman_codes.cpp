@@ -4,11 +4,11 @@
 
 namespace orn32::jpeg {
 
-const HuffmanSpec standardDc[2] = {
+const HuffmanDefinition standardDc[2] = {
     {{0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}},
     {{0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}}};
 
-const HuffmanSpec standardAc[2] = {
+const HuffmanDefinition standardAc[2] = {
     {{0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
      {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51, 0x61, 0x07, 0x22,
       0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42, 0xB1, 0xC1, 0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33,
@@ -49,12 +49,12 @@ constexpr ValueClasses makeValueClasses() {
 
 constexpr ValueClasses valueClasses = makeValueClasses();
 
-HuffmanCodes::HuffmanCodes(const HuffmanSpec& spec) : entry{} {
+HuffmanCodes::HuffmanCodes(const HuffmanDefinition& definition) : entry{} {
     std::uint32_t code = 0;
     unsigned next = 0;
     for (unsigned length = 1; length <= 16; length++, code <<= 1) {
-        for (unsigned n = spec.counts[length - 1]; n > 0; n--) {
-            const unsigned symbol = spec.values[next++];
+        for (unsigned n = definition.counts[length - 1]; n > 0; n--) {
+            const unsigned symbol = definition.values[next++];
             const unsigned further = symbol & 15;
             entry[symbol] = code++ << (further + 5) | (length + further);
             entry[symbol | ValueClasses::negative] = entry[symbol] | ((1u << further) - 1) << 5;

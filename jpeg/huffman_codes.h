@@ -8,8 +8,8 @@
 namespace orn32::jpeg {
 
 // T.81 tables K.3 to K.6, made for 8-bit photographs.
-extern const HuffmanSpec standardDc[2];  // luminance, chrominance
-extern const HuffmanSpec standardAc[2];
+extern const HuffmanDefinition standardDc[2];  // luminance, chrominance
+extern const HuffmanDefinition standardAc[2];
 
 // For each value that is coded, a coefficient or a difference of two: how many bits its magnitude has (its
 // size, as T.81 calls it), and whether it is negative.
@@ -36,7 +36,7 @@ struct HuffmanCodes {
     std::uint32_t entry[256 + ValueClasses::negative];
 
     HuffmanCodes() = default;
-    explicit HuffmanCodes(const HuffmanSpec& spec);
+    explicit HuffmanCodes(const HuffmanDefinition& definition);
 };
 
 }  // namespace orn32::jpeg

@@ -17,28 +17,28 @@ LookEntry lookEntry(unsigned symbol, unsigned length, unsigned string) {
 
 }  // namespace
 
-bool isUsable(const HuffmanSpec& spec) {
-    if (spec.total() > 256) return false;
+bool isUsable(const HuffmanDefinition& definition) {
+    if (definition.total() > 256) return false;
     int room = 1;  // codes of the length at hand that are not yet taken
-    for (const int count : spec.counts) {
+    for (const int count : definition.counts) {
         room = room * 2 - count;
         if (room < 0) return false;
     }
     return true;
 }
 
-void buildDecodeTable(const HuffmanSpec& spec, DecodeTable& table) {
+void buildDecodeTable(const HuffmanDefinition& definition, DecodeTable& table) {
     std::memset(table.look, 0, sizeof table.look);
-    std::memcpy(table.symbols, spec.values, sizeof table.symbols);
+    std::memcpy(table.symbols, definition.values, sizeof table.symbols);
     unsigned code = 0;
     int index = 0;
     for (unsigned length = 1; length <= 16; length++) {
         table.firstSymbol[length] = index - static_cast<int>(code);
-        for (unsigned i = 0; i < spec.counts[length - 1]; i++, code++, index++) {
+        for (unsigned i = 0; i < definition.counts[length - 1]; i++, code++, index++) {
             if (length > lookBits) continue;
             const unsigned first = code << (lookBits - length);
             for (unsigned s = first; s < first + (1u << (lookBits - length)); s++)
-                table.look[s] = lookEntry(spec.values[index], length, s);
+                table.look[s] = lookEntry(definition.values[index], length, s);
         }
         table.limit[length] = code << (16 - length);
         code <<= 1;

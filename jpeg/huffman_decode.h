@@ -33,9 +33,9 @@ struct DecodeTable {
 };
 
 // Whether the counts make a prefix code of at most 256 symbols.
-bool isUsable(const HuffmanSpec& spec);
+bool isUsable(const HuffmanDefinition& definition);
 
-void buildDecodeTable(const HuffmanSpec& spec, DecodeTable& table);
+void buildDecodeTable(const HuffmanDefinition& definition, DecodeTable& table);
 
 // The number that count value bits stand for: those that begin with 0 are negative (T.81 F.2.2.1).
 constexpr int extend(unsigned bits, unsigned count) {

@@ -73,7 +73,7 @@ void limitLengths(unsigned (&counts)[longest + 1]) {
 
 }  // namespace
 
-HuffmanSpec optimalTable(const SymbolCounts& symbolCounts) {
+HuffmanDefinition optimalTable(const SymbolCounts& symbolCounts) {
     const Merging tree(symbolCounts);
     unsigned counts[longest + 1] = {};
     for (unsigned i = 0; i < symbols; i++)
@@ -84,14 +84,14 @@ HuffmanSpec optimalTable(const SymbolCounts& symbolCounts) {
     while (counts[last] == 0) last--;
     counts[last]--;  // the reserved symbol's
 
-    HuffmanSpec spec = {};
+    HuffmanDefinition definition = {};
     for (unsigned length = 1; length <= 16; length++)
-        spec.counts[length - 1] = static_cast<std::uint8_t>(counts[length]);
+        definition.counts[length - 1] = static_cast<std::uint8_t>(counts[length]);
     unsigned n = 0;
     for (unsigned length = 1; length <= longest; length++)
         for (unsigned symbol = 0; symbol < reserved; symbol++)
-            if (tree.length(symbol) == length) spec.values[n++] = static_cast<std::uint8_t>(symbol);
-    return spec;
+            if (tree.length(symbol) == length) definition.values[n++] = static_cast<std::uint8_t>(symbol);
+    return definition;
 }
 
 }  // namespace orn32::jpeg

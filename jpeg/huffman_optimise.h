@@ -19,6 +19,6 @@ struct SymbolCounts {
 };
 
 // T.81 K.2: code lengths from the counts, none above 16 and no code of all ones.
-HuffmanSpec optimalTable(const SymbolCounts& counts);
+HuffmanDefinition optimalTable(const SymbolCounts& counts);
 
 }  // namespace orn32::jpeg

@@ -27,7 +27,7 @@ class ScanTables {
  private:
     bool prepare(const HuffmanSlot (&slots)[tableSlots], unsigned slot, unsigned first) {
         if (slot >= tableSlots || !slots[slot].present) return false;
-        buildDecodeTable(slots[slot].spec, tables_[first + slot]);
+        buildDecodeTable(slots[slot].definition, tables_[first + slot]);
         return true;
     }
 

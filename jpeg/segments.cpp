@@ -55,10 +55,12 @@ int HeaderReader::readHuffmanTables(std::uint32_t length) {
         HuffmanSlot spare;
         HuffmanSlot& slot = id >= tableSlots ? spare : kind ? headers_.ac[id] : headers_.dc[id];
         slot = {};
-        for (unsigned k = 0; k < 16; k++) slot.spec.counts[k] = static_cast<std::uint8_t>(at(i + 1 + k));
-        if (!isUsable(slot.spec)) return refuse(Detail::huffmanCode);
-        const unsigned total = static_cast<unsigned>(slot.spec.total());
-        for (unsigned k = 0; k < total; k++) slot.spec.values[k] = static_cast<std::uint8_t>(at(i + 17 + k));
+        for (unsigned k = 0; k < 16; k++)
+            slot.definition.counts[k] = static_cast<std::uint8_t>(at(i + 1 + k));
+        if (!isUsable(slot.definition)) return refuse(Detail::huffmanCode);
+        const unsigned total = static_cast<unsigned>(slot.definition.total());
+        for (unsigned k = 0; k < total; k++)
+            slot.definition.values[k] = static_cast<std::uint8_t>(at(i + 17 + k));
         slot.present = true;
         i += 17 + total;
     }

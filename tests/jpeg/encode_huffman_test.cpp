@@ -19,7 +19,8 @@ SymbolCounts countsOf(const std::vector<unsigned>& counts) {
 
 // What a table must have whatever the counts: a code for every symbol that occurs, none for others, and room
 // for the code of all ones.
-void expectUsable(const HuffmanSpec& table, const std::vector<unsigned>& counts, const std::string& what) {
+void expectUsable(const HuffmanDefinition& table, const std::vector<unsigned>& counts,
+                  const std::string& what) {
     unsigned filled = 0;
     for (unsigned n = 1; n <= 16; n++) filled += table.counts[n - 1] * (1u << (16 - n));
     EXPECT_LT(filled, 65536u) << what;
@@ -37,7 +38,7 @@ TEST(OptimalTable, CodeLengthsAreThoseOfMergingTheLeastCounts) {
         const unsigned symbols = 1 + random.below(256), range = 1u << random.below(20);
         for (unsigned i = 0; i < symbols; i++) counts[random.below(256)] = random.below(range) + 1;
         const std::string what = "round " + std::to_string(round);
-        const HuffmanSpec table = optimalTable(countsOf(counts));
+        const HuffmanDefinition table = optimalTable(countsOf(counts));
         expectUsable(table, counts, what);
         const std::vector<int> lengths = codeLengthsPlainly(counts);
         if (*std::max_element(lengths.begin(), lengths.end()) > 16)
@@ -60,7 +61,7 @@ TEST(OptimalTable, CodesOfMoreThanSixteenAndThirtyTwoBitsAreShortened) {
             b += a;
             std::swap(a, b);
         }
-        const HuffmanSpec table = optimalTable(countsOf(counts));
+        const HuffmanDefinition table = optimalTable(countsOf(counts));
         expectUsable(table, counts, std::to_string(symbols) + " symbols");
     }
 }
@@ -69,7 +70,7 @@ TEST(OptimalTable, ASingleSymbolHasACodeOfOneBit) {
     for (const unsigned symbol : {0u, 17u, 255u}) {
         std::vector<unsigned> counts(256);
         counts[symbol] = 12345;
-        const HuffmanSpec table = optimalTable(countsOf(counts));
+        const HuffmanDefinition table = optimalTable(countsOf(counts));
         EXPECT_EQ(table.total(), 1);
         EXPECT_EQ(table.counts[0], 1);
         EXPECT_EQ(table.values[0], symbol);
@@ -79,7 +80,7 @@ TEST(OptimalTable, ASingleSymbolHasACodeOfOneBit) {
 // A few lines of T.81 tables K.3 to K.6.
 TEST(HuffmanCodes, StandardTablesHaveThePublishedCodes) {
     struct {
-        const HuffmanSpec& table;
+        const HuffmanDefinition& table;
         unsigned symbol, length, code;
     } const lines[] = {
         {standardDc[0], 0, 2, 0b00},
