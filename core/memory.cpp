@@ -105,6 +105,10 @@ void bringInBlock(void* block, std::uint32_t size) noexcept {
     }
 }
 
+bool callerAllocatesBlocks() noexcept {
+    return useCallerFunctions;
+}
+
 void freeBlock(void* block) noexcept {
     if (useCallerFunctions)
         table.release(block);

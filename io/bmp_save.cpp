@@ -28,6 +28,8 @@ class Writer {
     }
 
     int write() {
+        if (!rle_) out_.reserve(headerBytes + colours_ * sizeof(RGBQUAD) + rowLength_ * size_.height);
+        if (const int code = out_.status()) return code;
         out_.seek(headerBytes);
         if (colours_) out_.write(image_.palette, colours_ * sizeof(RGBQUAD));
         const int code = writeRows();

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "core/locks.h"
 #include "core/memory.h"
@@ -47,6 +48,8 @@ struct OutputSlot {
     Chunk* firstchunk;
     Chunk* lastchunk;
     std::uint32_t position;
+    std::uint8_t* block;  // the finished block, where its size was known from the start
+    std::uint32_t reserved;
 };
 
 InputSlot inputs[slotCount];
@@ -142,23 +145,50 @@ HANDLE openOutput() {
     return takeSlot(outputs);
 }
 
+bool reserveOutput(HANDLE handle, DWORD size) {
+    OutputSlot* slot = slotOf(outputs, handle);
+    if (!slot) return false;
+    if (callerAllocatesBlocks()) return true;
+    slot->block = static_cast<std::uint8_t*>(allocateBlock(size));
+    if (!slot->block) return false;
+    slot->reserved = static_cast<std::uint32_t>(size);
+    bringInBlock(slot->block, slot->reserved);
+    return true;
+}
+
+namespace {
+
+bool writeToBlock(const OutputSlot& slot, const void* source, std::uint32_t count) {
+    if (slot.position > slot.reserved || count > slot.reserved - slot.position) return false;
+    std::memcpy(slot.block + slot.position, source, count);
+    return true;
+}
+
 // A chunk whose data could not be kept stays in the list, but the write has failed: better no buffer than one
 // with a hole.
+bool writeChunk(OutputSlot& slot, const void* source, std::uint32_t count) {
+    Chunk* chunk = static_cast<Chunk*>(allocateWork(MemoryEntry::counted, 1, sizeof(Chunk)));
+    if (!chunk) return false;
+    link(slot, chunk);
+    if (count > 0) {
+        chunk->data = static_cast<std::uint8_t*>(allocateToFill(count));
+        if (!chunk->data) return false;
+        std::memcpy(chunk->data, source, count);
+    }
+    chunk->length = count;
+    chunk->offset = slot.position;
+    return true;
+}
+
+}  // namespace
+
 BOOL WINAPI write(HANDLE handle, const void* source, DWORD count, DWORD* bytesWritten, OVERLAPPED*) {
     *bytesWritten = 0;
     OutputSlot* slot = slotOf(outputs, handle);
     if (!slot) return FALSE;
-    Chunk* chunk = static_cast<Chunk*>(allocateWork(MemoryEntry::counted, 1, sizeof(Chunk)));
-    if (!chunk) return FALSE;
-    link(*slot, chunk);
-    if (count > 0) {
-        chunk->data = static_cast<std::uint8_t*>(allocateToFill(count));
-        if (!chunk->data) return FALSE;
-        std::memcpy(chunk->data, source, count);
-    }
-    chunk->length = count;
-    chunk->offset = slot->position;
-    slot->position += count;
+    const std::uint32_t n = static_cast<std::uint32_t>(count);
+    if (!(slot->block ? writeToBlock(*slot, source, n) : writeChunk(*slot, source, n))) return FALSE;
+    slot->position += n;
     if (slot->position > slot->size) slot->size = slot->position;
     *bytesWritten = count;
     return TRUE;
@@ -176,6 +206,10 @@ DWORD WINAPI seekOutput(HANDLE handle, LONG distance, LONG*, DWORD method) {
 int finishOutput(HANDLE handle, void** result) {
     OutputSlot* slot = slotOf(outputs, handle);
     if (!slot || slot->size == 0) return ERR_MEMORY;
+    if (slot->block) {
+        *result = std::exchange(slot->block, nullptr);
+        return 0;
+    }
     std::uint8_t* buffer = static_cast<std::uint8_t*>(allocateBlock(slot->size));
     if (!buffer) return ERR_MEMORY;
     bringInBlock(buffer, slot->size);
@@ -193,6 +227,7 @@ BOOL WINAPI closeOutput(HANDLE handle) {
         if (chunk->data) releaseWork(chunk->data);
         releaseWork(chunk);
     });
+    if (slot->block) freeBlock(slot->block);
     slot->id = 0;
     return TRUE;
 }

@@ -84,6 +84,10 @@ OutputStream::~OutputStream() {
     target_.wideName ? DeleteFileW(target_.wideName) : DeleteFileA(target_.narrowName);
 }
 
+void OutputStream::reserve(std::uint32_t size) {
+    if (target_.result && !memory_stream::reserveOutput(handle_, size)) failed_ = true;
+}
+
 bool OutputStream::write(const void* source, std::uint32_t count) {
     DWORD n = 0;
     const BOOL ok = target_.result ? memory_stream::write(handle_, source, count, &n, nullptr)

@@ -61,8 +61,8 @@ class InputStream {
     // Reads a whole record, or reports that there was not enough.
     bool readWhole(void* destination, std::uint32_t count) { return read(destination, count) == count; }
 
-    // Positions are absolute, or relative to the current one; both return the new position. After one that the
-    // system refuses, reads fail until another succeeds: no bytes rather than wrong ones.
+    // Positions are absolute, or relative to the current one; both return the new position. After one that
+    // the system refuses, reads fail until another succeeds: no bytes rather than wrong ones.
     std::uint32_t seek(std::uint32_t position);
     std::uint32_t skip(std::int32_t distance);
     std::uint32_t position() { return skip(0); }
@@ -86,6 +86,10 @@ class OutputStream {
 
     // A short write is remembered; what follows is written all the same. Returns true if all was written.
     bool write(const void* source, std::uint32_t count);
+
+    // Prepares for exactly size bytes in all, which spares a buffer a copy of them. What cannot be had counts
+    // as a write that came up short.
+    void reserve(std::uint32_t size);
 
     // A position that cannot be reached or told counts as a failed write.
     std::uint32_t seek(std::uint32_t position);

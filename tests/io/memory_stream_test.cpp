@@ -119,6 +119,37 @@ TEST(MemoryStream, LaterWritesWinAndGapsAreZero) {
     freeGuarded(result);
 }
 
+TEST(MemoryStream, AReservedBufferIsWrittenInPlaceAndNotBeyondItsEnd) {
+    void* result = nullptr;
+    {
+        OutputStream out(toBuffer(&result));
+        out.reserve(10);
+        out.seek(4);
+        EXPECT_TRUE(out.write("456789", 6));
+        EXPECT_FALSE(out.write("x", 1));
+        out.seek(11);
+        EXPECT_FALSE(out.write("", 0));
+        EXPECT_EQ(out.commit(), ERR_MEMORY);
+        EXPECT_EQ(result, nullptr);
+    }
+    {
+        OutputStream out(toBuffer(&result));
+        out.reserve(10);
+        out.seek(4);
+        out.write("456789", 6);
+        out.seek(0);
+        out.write("01", 2);
+        ASSERT_EQ(out.commit(), 0);
+    }
+    EXPECT_EQ(bytesOf(result, 10), (Bytes{'0', '1', 0, 0, '4', '5', '6', '7', '8', '9'}));
+    EXPECT_EQ(GlobalSize(GlobalHandle(result)), 10u);
+    GlobalFree(GlobalHandle(result));
+
+    OutputStream out(toBuffer(&result));
+    out.reserve(0xFFFFFFF0);
+    EXPECT_EQ(out.commit(), ERR_MEMORY);
+}
+
 TEST(MemoryStream, NothingWrittenIsNoBuffer) {
     void* result = &result;
     OutputStream out(toBuffer(&result));
