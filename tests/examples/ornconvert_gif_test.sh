@@ -2,37 +2,7 @@
 # The converter's GIF side: what it reads is compared with ImageMagick's reading, what it writes is read by giflib's
 # tools and by ImageMagick, down to every pixel and palette entry.
 # Usage: ornconvert_gif_test.sh ORNCONVERT.EXE CORPUS [EMULATOR]
-set -u
-export LC_ALL=C.UTF-8
-
-program=$(realpath "$1")
-corpus=$(realpath -m "$2")
-emulator=${3:-}
-scratch=$(mktemp -d "${TMPDIR:-/tmp}/ornconvert gif.XXXXXX")
-trap 'rm -rf "$scratch"' EXIT
-mkdir "$scratch/files" && cd "$scratch/files" || exit 1
-
-failures=0
-checks=0
-
-fail() {
-    echo "FAILED: $*"
-    failures=$((failures + 1))
-}
-
-# Runs the converter; leaves $status, $output and $complaints.
-run() {
-    checks=$((checks + 1))
-    $emulator "$program" "$@" >"$scratch/out" 2>"$scratch/err"
-    status=$?
-    output=$(tr -d '\r' <"$scratch/out")
-    complaints=$(tr -d '\r' <"$scratch/err")
-}
-
-succeeds() {
-    run "$@"
-    [[ $status == 0 && -z $complaints ]] || fail "$* gives status $status and says: $complaints"
-}
+source "$(dirname "$0")/support.sh"
 
 # refuses STATUS WORDS ARGUMENTS...: and no file has changed.
 refuses() {
@@ -51,15 +21,6 @@ same() {
     [[ $2 == "$3" ]] || fail "$1: ${2:0:200} instead of ${3:0:200}"
 }
 
-prints() { [[ $output == *"$1"* ]] || fail "'$1' is missing in: $output"; }
-
-imagemagick() {
-    local candidate
-    for candidate in /usr/bin/convert convert magick; do
-        [[ $("$candidate" -version 2>/dev/null) == 'Version: ImageMagick'* ]] && echo "$candidate" && return
-    done
-    return 1
-}
 judge=$(imagemagick) || echo 'skipped: comparing with ImageMagick (package imagemagick)'
 giflib=$(command -v gifbuild && command -v giftext) || echo "skipped: reading with giflib's tools (package giflib-tools)"
 

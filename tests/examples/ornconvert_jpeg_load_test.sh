@@ -1,39 +1,7 @@
 #!/usr/bin/env bash
 # Has the converter read JPEG files as a user does, and compares what it makes of them with djpeg.
 # Usage: ornconvert_jpeg_load_test.sh ORNCONVERT.EXE CORPUS [EMULATOR]
-set -u
-export LC_ALL=C.UTF-8
-
-program=$(realpath "$1")
-corpus=$(realpath -m "$2")
-emulator=${3:-}
-scratch=$(mktemp -d "${TMPDIR:-/tmp}/ornconvert jpeg.XXXXXX")
-trap 'rm -rf "$scratch"' EXIT
-mkdir "$scratch/files" && cd "$scratch/files" || exit 1
-
-failures=0
-checks=0
-
-fail() {
-    echo "FAILED: $*"
-    failures=$((failures + 1))
-}
-
-# Runs the converter; leaves $status, $output and $complaints.
-run() {
-    checks=$((checks + 1))
-    $emulator "$program" "$@" >"$scratch/out" 2>"$scratch/err"
-    status=$?
-    output=$(tr -d '\r' <"$scratch/out")
-    complaints=$(tr -d '\r' <"$scratch/err")
-}
-
-succeeds() {
-    run "$@"
-    [[ $status == 0 && -z $complaints ]] || fail "$* gives status $status and says: $complaints"
-}
-
-prints() { [[ $output == *"$1"* ]] || fail "'$1' is missing in: $output"; }
+source "$(dirname "$0")/support.sh"
 
 # The pixels of a BMP file of ours, red, green and blue or grey, rows from the top: as djpeg writes them behind its
 # header. Rows are padded to four bytes and come from the bottom.

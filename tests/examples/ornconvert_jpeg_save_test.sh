@@ -1,37 +1,7 @@
 #!/usr/bin/env bash
 # Has the converter write JPEG files as a user does, and has them judged by cjpeg, djpeg and ImageMagick.
 # Usage: ornconvert_jpeg_save_test.sh ORNCONVERT.EXE CORPUS [EMULATOR]
-set -u
-export LC_ALL=C.UTF-8
-
-program=$(realpath "$1")
-corpus=$(realpath -m "$2")
-emulator=${3:-}
-scratch=$(mktemp -d "${TMPDIR:-/tmp}/ornconvert jpeg.XXXXXX")
-trap 'rm -rf "$scratch"' EXIT
-mkdir "$scratch/files" && cd "$scratch/files" || exit 1
-
-failures=0
-checks=0
-
-fail() {
-    echo "FAILED: $*"
-    failures=$((failures + 1))
-}
-
-# Runs the converter; leaves $status, $output and $complaints.
-run() {
-    checks=$((checks + 1))
-    $emulator "$program" "$@" >"$scratch/out" 2>"$scratch/err"
-    status=$?
-    output=$(tr -d '\r' <"$scratch/out")
-    complaints=$(tr -d '\r' <"$scratch/err")
-}
-
-succeeds() {
-    run "$@"
-    [[ $status == 0 && -z $complaints ]] || fail "$* gives status $status and says: $complaints"
-}
+source "$(dirname "$0")/support.sh"
 
 # refuses STATUS WORDS OUT ARGUMENTS...: that status, those words, and OUT is not there.
 refuses() {
@@ -43,15 +13,6 @@ refuses() {
     [[ ! -e $out && -z $(find . -name '*.tmp') ]] || fail "$* has left a file"
 }
 
-prints() { [[ $output == *"$1"* ]] || fail "'$1' is missing in: $output"; }
-
-imagemagick() {
-    local candidate
-    for candidate in /usr/bin/convert convert magick; do
-        [[ $("$candidate" -version 2>/dev/null) == 'Version: ImageMagick'* ]] && echo "$candidate" && return
-    done
-    return 1
-}
 
 if ! [[ -d $corpus/photo ]]; then
     echo "skipped: the picture corpus is not at hand ($corpus)"
