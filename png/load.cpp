@@ -47,18 +47,32 @@ class Loader {
         if (pass.columns(info_.width) == 0) return;
         const std::uint32_t length = rowBytes(pass), shown = pass.rows(height_);
         rows_.startPass();
-        for (std::uint32_t i = 0; i < shown; i++) loadRow(pass, pass.firstRow + i * pass.rowStep, length);
+        for (std::uint32_t i = 0; i < shown; i++) {
+            std::uint8_t* row = rows_.next(length);
+            const std::uint32_t columns = pass.columns(width_);
+            turnBack(row, length, columns, shown - i);
+            place(area_[pass.firstRow + i * pass.rowStep], pass, row + 1, columns);
+        }
         if (isWhole(pass)) return;
         for (std::uint32_t i = shown, n = pass.rows(info_.height); i < n; i++) rows_.next(length);
     }
 
-    void loadRow(const Pass& pass, std::uint32_t y, std::uint32_t length) {
-        std::uint8_t* row = rows_.next(length);
-        const std::uint32_t columns = pass.columns(width_);
-        const unsigned bits = info_.bitsperpixel;
-        unfilter(row[0], row + 1, rows_.previous(), static_cast<std::size_t>(bytesFor(columns, bits)),
-                 filterStep(bits));
-        place(area_[y], pass, row + 1, columns);
+    // A row may have been turned back together with one above it.
+    void turnBack(std::uint8_t* row, std::uint32_t length, std::uint32_t columns, std::uint32_t rowsLeft) {
+        if (row[0] == filterNone) return;
+        const unsigned bits = info_.bitsperpixel, step = filterStep(bits);
+        const std::size_t bytes = static_cast<std::size_t>(bytesFor(columns, bits));
+        const std::uint8_t* previous = rows_.previous();
+        if (step == 1) {
+            const unsigned above = previous ? 1 : 0;
+            const std::uint32_t ready = std::min(rows_.ready(length), rowsLeft - 1);
+            const std::size_t stride = std::size_t{length} + 1;
+            if (unfilterTogether(
+                    {row - above * stride, std::min(above + 1 + ready, rowsTogether), stride, bytes}))
+                return;
+        }
+        unfilter(row[0], row + 1, previous, bytes, step);
+        row[0] = filterNone;
     }
 
     void place(std::uint8_t* to, const Pass& pass, const std::uint8_t* row, std::uint32_t columns) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "png/detail.h"
+#include "png/unfilter.h"
 #include "png/zmemory.h"
 
 namespace orn32::png {
@@ -38,7 +39,7 @@ RowSource::~RowSource() {
 
 std::uint8_t* RowSource::next(std::uint32_t length) {
     const std::uint64_t bytes = std::uint64_t{length} + 1;
-    if (available() < bytes) refill();
+    if (isLow(bytes)) refill();
     if (available() < bytes) {
         if (fault_) throw *fault_;
         fail(badDataLength);
@@ -47,6 +48,18 @@ std::uint8_t* RowSource::next(std::uint32_t length) {
     current_ = next_;
     next_ += bytes;
     return current_;
+}
+
+std::uint32_t RowSource::ready(std::uint32_t length) const {
+    return static_cast<std::uint32_t>(available() / (std::uint64_t{length} + 1));
+}
+
+// Rows that are to be turned back are best had in a number; but what is moved to make room shall not be more
+// than what is won.
+bool RowSource::isLow(std::uint64_t rowBytes) const {
+    if (available() < rowBytes) return true;
+    const auto used = static_cast<std::uint64_t>(next_ - buffer_.get());
+    return *next_ != filterNone && available() < rowsTogether * rowBytes && used > capacity_ / 2;
 }
 
 void RowSource::finish() {

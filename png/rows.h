@@ -29,6 +29,9 @@ class RowSource {
     // The row before the last one given out, without its filter byte; null at the start of a pass.
     const std::uint8_t* previous() const { return previous_ ? previous_ + 1 : nullptr; }
 
+    // Rows of that length that are behind the last one given out already; the caller may change them too.
+    std::uint32_t ready(std::uint32_t length) const;
+
     void startPass() { current_ = nullptr; }
 
     // Fails unless the compressed data ends here too, and soundly.
@@ -36,6 +39,7 @@ class RowSource {
 
  private:
     std::uint64_t available() const { return static_cast<std::uint64_t>(end_ - next_); }
+    bool isLow(std::uint64_t rowBytes) const;
     void refill();
     void decompress();
     void decompressOnce(std::uint8_t* limit);
