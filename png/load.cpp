@@ -26,6 +26,7 @@ class Loader {
           area_(image),
           width_(std::min(areaSize(image).width, info.width)),
           height_(std::min(areaSize(image).height, info.height)),
+          convert_(converterFor(format_, std::uint64_t{height_} * image.rowbytes)),
           rows_(in, data, bytesFor(info.width, info.bitsperpixel)) {}
 
     void run() {
@@ -62,16 +63,8 @@ class Loader {
         if (row[0] == filterNone) return;
         const unsigned bits = info_.bitsperpixel, step = filterStep(bits);
         const std::size_t bytes = static_cast<std::size_t>(bytesFor(columns, bits));
-        const std::uint8_t* previous = rows_.previous();
-        if (step == 1) {
-            const unsigned above = previous ? 1 : 0;
-            const std::uint32_t ready = std::min(rows_.ready(length), rowsLeft - 1);
-            const std::size_t stride = std::size_t{length} + 1;
-            if (unfilterTogether(
-                    {row - above * stride, std::min(above + 1 + ready, rowsTogether), stride, bytes}))
-                return;
-        }
-        unfilter(row[0], row + 1, previous, bytes, step);
+        if (step == 1 && unfilterTogether(rows_.atHand(length, rowsLeft), bytes)) return;
+        unfilter(row[0], row + 1, rows_.previous(), bytes, step);
         row[0] = filterNone;
     }
 
@@ -80,7 +73,7 @@ class Loader {
             isWhole(pass) ? placeBits(to, area_.bit(), row, columns)
                           : spreadBits(to, area_.bit(), pass, row, columns);
         else if (isWhole(pass))
-            format_.convert(to, row, columns);
+            convert_(to, row, columns);
         else
             placeSpread(to, pass, row, columns);
     }
@@ -110,6 +103,7 @@ class Loader {
     const Format& format_;
     AreaRows area_;
     std::uint32_t width_, height_;  // what file and area both have
+    Converter convert_;             // for rows that are whole
     RowSource rows_;
 };
 

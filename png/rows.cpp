@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "png/detail.h"
-#include "png/unfilter.h"
 #include "png/zmemory.h"
 
 namespace orn32::png {
@@ -50,12 +49,16 @@ std::uint8_t* RowSource::next(std::uint32_t length) {
     return current_;
 }
 
-std::uint32_t RowSource::ready(std::uint32_t length) const {
-    return static_cast<std::uint32_t>(available() / (std::uint64_t{length} + 1));
+Rows RowSource::atHand(std::uint32_t length, std::uint32_t rowsLeft) const {
+    const std::size_t stride = std::size_t{length} + 1;
+    const unsigned above = previous_ ? 1 : 0;
+    const std::uint64_t following = std::min<std::uint64_t>(available() / stride, rowsLeft - 1);
+    const std::uint64_t count = std::min<std::uint64_t>(above + 1 + following, rowsTogether);
+    return {current_ - above * stride, static_cast<unsigned>(count), stride};
 }
 
-// Rows that are to be turned back are best had in a number; but what is moved to make room shall not be more
-// than what is won.
+// Rows are turned back faster in a number than one by one. To have more of them, what is left is moved to the
+// buffer's start, but not more often than that is worth.
 bool RowSource::isLow(std::uint64_t rowBytes) const {
     if (available() < rowBytes) return true;
     const auto used = static_cast<std::uint64_t>(next_ - buffer_.get());

@@ -10,6 +10,7 @@
 #include "core/memory.h"
 #include "png/adler.h"
 #include "png/data.h"
+#include "png/unfilter.h"
 
 namespace orn32::png {
 
@@ -29,8 +30,10 @@ class RowSource {
     // The row before the last one given out, without its filter byte; null at the start of a pass.
     const std::uint8_t* previous() const { return previous_ ? previous_ + 1 : nullptr; }
 
-    // Rows of that length that are behind the last one given out already; the caller may change them too.
-    std::uint32_t ready(std::uint32_t length) const;
+    // The last row given out, the one before it, and as many of the rows that follow as have been
+    // decompressed: at most rowsTogether in all, and at most rowsLeft from the last one on. The caller may
+    // change them too.
+    Rows atHand(std::uint32_t length, std::uint32_t rowsLeft) const;
 
     void startPass() { current_ = nullptr; }
 
