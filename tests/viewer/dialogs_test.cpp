@@ -64,7 +64,7 @@ TEST_F(ViewerDialogs, AskBeforeAFileIsOverwritten) {
     viewer.begin(ornview::saveFile);
     const Dialog dialog(viewer);
     dialog.answer(other.substr(0, other.size() - 4));
-    Dialog(dialog).answer(IDNO);
+    Dialog(static_cast<HWND>(dialog)).answer(IDNO);
     dialog.answer(IDCANCEL);
     EXPECT_EQ(readFile(narrow(other)), (Bytes{'o', 'l', 'd'}));
 }

@@ -35,6 +35,9 @@ class PictureFolder {
 class Dialog {
  public:
     explicit Dialog(HWND owner);  // waits for it
+    Dialog(const Dialog&) = delete;
+    Dialog& operator=(const Dialog&) = delete;
+
     operator HWND() const { return window_; }
     std::string words() const;  // all that stands in it
     void answer(int button) const;
