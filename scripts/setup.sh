@@ -10,6 +10,8 @@ logs=$build/log
 
 # shellcheck source=scripts/packages.sh
 source "$root/scripts/packages.sh"
+# shellcheck source=scripts/quiet_wine.sh
+source "$root/scripts/quiet_wine.sh"
 
 # --- talking -----------------------------------------------------------------------------------------------------
 

@@ -4,6 +4,7 @@
 # counting failures. Sourced with the script's own arguments.
 set -u
 export LC_ALL=C.UTF-8
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/quiet_wine.sh"
 
 program=$(realpath "$1")
 corpus=$(realpath -m "$2")
