@@ -150,4 +150,24 @@ TEST(Playing, GoesThroughTheFramesAsOftenAsTheFileSaysAndEndsWithTheLast) {
     for (int i = 0; i < 100; i++) EXPECT_TRUE(document.playOn());
 }
 
+TEST(Saving, KeepsAnAnimationWholeInAGifAndWhatIsSeenOfItElsewhere) {
+    const TempFile file(".gif"), copy(".gif"), still(".bmp");
+    saveAnimation(file.wideName(), 4, 3);
+    Document document;
+    document.open(file.wideName());
+    document.showFrame(2);
+    document.saveAs(copy.wideName());
+    GifGlobalInfo global;
+    GifFrameInfo frames[4];
+    ASSERT_EQ(gifinfoallframesW(copy.wideName(), &global, frames, 4), 0);
+    EXPECT_EQ(global.loopcount, 3);
+    for (int i = 0; i < 4; i++) EXPECT_EQ(frames[i].delay, i);
+
+    document.saveAs(still.wideName());
+    BITMAPINFOHEADER header;
+    ASSERT_EQ(bmpinfoW(still.wideName(), &header), 0);
+    EXPECT_EQ(header.biWidth, 6);  // the screen
+    EXPECT_EQ(header.biBitCount, 24);
+}
+
 }  // namespace
