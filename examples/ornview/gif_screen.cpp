@@ -3,9 +3,8 @@
 #include "gif_screen.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
-
-#include "document.h"
 
 namespace ornview {
 namespace {
@@ -45,8 +44,13 @@ bool GifScreen::neededFor(const std::vector<Picture>& frames) {
            (frames.size() > 1 || first.gif.transparent >= 0 || screen.cx != size.cx || screen.cy != size.cy);
 }
 
+// All memory is taken here, so that a window can go from frame to frame without a thought of failing.
 GifScreen::GifScreen(const std::vector<Picture>& frames, COLORREF ground)
-    : screen_(screenSize(frames.front()).cx, screenSize(frames.front()).cy, 24), ground_(ground) {}
+    : screen_(screenSize(frames.front()).cx, screenSize(frames.front()).cy, 24), ground_(ground) {
+    const auto wantsPrevious = [](const Picture& frame) { return frame.gif.disposal == toPrevious; };
+    const SIZE size = sizeOf(screen_);
+    if (std::ranges::any_of(frames, wantsPrevious)) before_.emplace(size.cx, size.cy, 24);
+}
 
 void GifScreen::show(const std::vector<Picture>& frames, std::size_t frame) {
     if (shown_ == 0 || frame + 1 < shown_) {
@@ -78,7 +82,10 @@ void GifScreen::clear(const RECT& area) {
 }
 
 void GifScreen::draw(const Picture& frame) {
-    if (frame.gif.disposal == toPrevious) before_ = copyOf(screen_);
+    const imgdes& screen = *screen_.image();
+    if (frame.gif.disposal == toPrevious)
+        std::memcpy(before_->image()->bits, screen.bits,
+                    std::size_t{screen.rowbytes} * static_cast<UINT>(screen.header->biHeight));
     const imgdes& image = *frame.image();
     const RECT area = visiblePart(frame);
     for (LONG y = area.top; y < area.bottom; y++)
@@ -95,7 +102,7 @@ void GifScreen::draw(const Picture& frame) {
 
 void GifScreen::remove(const Picture& frame) {
     if (frame.gif.disposal == toBackground) clear(visiblePart(frame));
-    if (frame.gif.disposal == toPrevious && before_) screen_ = std::move(*std::exchange(before_, {}));
+    if (frame.gif.disposal == toPrevious) screen_ = std::move(*before_);  // they change places
 }
 
 }  // namespace ornview

@@ -37,7 +37,7 @@ class GifScreen {
     Picture screen_;  // 24 bits
     COLORREF ground_;
     std::size_t shown_ = 0;          // how many frames lie on the screen
-    std::optional<Picture> before_;  // the screen as it was before the last of them, where it asks for that
+    std::optional<Picture> before_;  // the screen before the last of them, where a frame asks for that
 };
 
 }  // namespace ornview
