@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The frames of animations, as the viewer puts them together, are those that ImageMagick gets.
 # Usage: frames_test.sh VIEWER_FRAMES.EXE CORPUS [EMULATOR]; ends with 77, skipped, where ImageMagick is absent.
+# shellcheck source-path=SCRIPTDIR source=../examples/support.sh
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../examples/support.sh"
 
 magick=$(imagemagick) || {
@@ -27,7 +28,7 @@ for gif in disposals.gif "$corpus"/gif/{animated-red-blue,muybridge}.gif; do
     run "$gif" have
     [[ $status == 0 ]] || fail "$gif: status $status, $complaints"
     "$magick" "$gif" -coalesce -background '#808080' -alpha remove -alpha off "want/%d.bmp"
-    [[ $(ls have) == "$(ls want)" ]] || fail "$gif: $(ls have | wc -l) frames instead of $(ls want | wc -l)"
+    diff <(ls have) <(ls want) || fail "$gif: other frames (<) than there are (>)"
     for frame in want/*; do
         checks=$((checks + 1))
         different=$("$magick" "$frame" "have/${frame#want/}" -metric AE -compare -format '%[distortion]' info: 2>&1)
