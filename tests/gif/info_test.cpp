@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstring>
 
 #include "orn32.h"
@@ -44,13 +43,6 @@ std::vector<int> fields(const Record& record) {
 using Fields = std::vector<int>;
 
 }  // namespace
-
-TEST(GifInfo, RecordsHaveTheirPublishedSizes) {
-    EXPECT_EQ(sizeof(GifFileInfo), 36u);
-    EXPECT_EQ(sizeof(GifGlobalInfo), 44u);
-    EXPECT_EQ(sizeof(GifFrameInfo), 64u);
-    EXPECT_EQ(sizeof(GifCodeParams), 20u);
-}
 
 TEST(GifInfo, TellsEverythingOfEveryFrame) {
     const Bytes gif = richGif();
@@ -222,20 +214,6 @@ TEST(GifInfo, FilesThatEndEarly) {
     EXPECT_EQ(one(start().raw({0x21}).bytes, 0), ERR_TRUNCATED);
     const GuardedBytes brief(99);
     EXPECT_EQ(gifinfofrombuffer(brief.data(), nullptr), ERR_SOURCE_BUFFER);
-}
-
-TEST(GifInfo, AMillionEmptyFramesTakeNoLongerThanTheirBytes) {
-    GifBuilder gif;
-    gif.header(1, 1);
-    const Bytes frame = GifBuilder().descriptor(0, 0).raw({2, 0}).bytes;
-    gif.bytes.reserve(frame.size() * 1000000 + 100);
-    for (int i = 0; i < 1000000; i++) gif.raw(frame);
-    const GuardedBytes source(gif.trailer().bytes);
-    int count = 0;
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(gifframecountfrombuffer(source.data(), &count), 0);
-    EXPECT_EQ(count, 1000000);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST(GifPalette, TakesTheFramesOwnTableElseTheGlobalOne) {
