@@ -120,6 +120,19 @@ TEST(BmpSave, WritesTheAreaThatLoadsBack) {
     }
 }
 
+// Wherever the reader's window happens to end: in a run, before its padding byte, between the bytes of a
+// mark.
+TEST(BmpSave, RunLengthsOfManyRowsLoadBack) {
+    for (unsigned width = 3; width < 24; width += 2) {
+        TestImage image(width, 32768, 8), back(width, 32768, 8);
+        for (int y = 0; y < image.height(); y++)
+            for (int x = 0; x < image.width(); x++) image.setPixel(x, y, static_cast<unsigned>(x + y));
+        const GuardedBytes source(saved(image, 1));
+        ASSERT_EQ(loadbmpfrombuffer(source.data(), back), 0);
+        ASSERT_TRUE(back.bytes() == image.bytes()) << width;
+    }
+}
+
 // Whole rows without padding are written from the image itself, an area of a wider image through a buffer.
 TEST(BmpSave, WholePicturesAndAreasGiveTheSameBytes) {
     Random random(5);
