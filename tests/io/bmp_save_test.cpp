@@ -120,8 +120,7 @@ TEST(BmpSave, WritesTheAreaThatLoadsBack) {
     }
 }
 
-// Wherever the reader's window happens to end: in a run, before its padding byte, between the bytes of a
-// mark.
+// More than fits the reader's window, which ends anywhere in the rows.
 TEST(BmpSave, RunLengthsOfManyRowsLoadBack) {
     for (unsigned width = 3; width < 24; width += 2) {
         TestImage image(width, 32768, 8), back(width, 32768, 8);
