@@ -10,7 +10,7 @@ release=$build/release
 # is another user's or read-only, they are in the caller's cache, and what is built can be run all the same.
 own=$build
 if [[ -e $build && ! (-O $build && -w $build) ]]; then
-    own=${XDG_CACHE_HOME:-${HOME-}/.cache}/orn32
+    own=${XDG_CACHE_HOME:-~/.cache}/orn32
 fi
 logs=$own/log
 
