@@ -75,7 +75,8 @@ install_missing() {
     mapfile -t packages < <(list_missing "$@")
     ((${#packages[@]})) || return 0
     say "Missing: ${packages[*]}"
-    prepare_apt "${packages[@]}" || fail "They are needed. $(by_hand "${packages[@]}")."
+    prepare_apt "${packages[@]}" ||
+        fail "What is missing cannot be installed from here. $(by_hand "${packages[@]}")."
     fail_on_unknown "${packages[@]}"
     say "Installing them (this can take some minutes) ..."
     install_plain "${packages[@]}" || install_in_step "${packages[@]}" || explain_and_fail "${packages[@]}"
@@ -137,7 +138,7 @@ become_root() {
     fi
     say "Installing needs root's rights: using sudo."
     if ! sudo true; then # may ask for the password
-        say "sudo does not give them."
+        say "sudo gives this user none."
         return 1
     fi
     as_root=(sudo "${as_root[@]}")
