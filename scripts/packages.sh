@@ -79,7 +79,9 @@ install_missing() {
         fail "What is missing cannot be installed from here. $(by_hand "${packages[@]}")."
     fail_on_unknown "${packages[@]}"
     say "Installing them (this can take some minutes) ..."
-    install_plain "${packages[@]}" || install_in_step "${packages[@]}" || explain_and_fail "${packages[@]}"
+    install_plain "${packages[@]}" && return
+    fail_on_download "${packages[@]}"
+    install_in_step "${packages[@]}" || explain_and_fail "${packages[@]}"
 }
 
 # install_optional PACKAGE=PROBE...: tries each list once per checkout; what cannot be had is told and done without.
@@ -222,6 +224,16 @@ fail_on_unknown() {
     done
     ((${#unknown[@]} == 0)) || fail_with_log install.log "Cannot install ${unknown[*]}: not in the package lists." \
         "Is the network up, and do apt's sources name this release's main section for amd64 and i386?"
+}
+
+# fail_on_download PACKAGE...: ends the program where the mirror did not answer; other versions would fare no better. A
+# file that the mirror says it has not (404) is another matter.
+fail_on_download() {
+    local failures
+    failures=$(grep '^E: Failed to fetch .*\.deb ' "$logs/install.log") || return 0
+    ! grep -q ' 404 ' <<<"$failures" || return 0
+    fail_with_log install.log "Cannot install $*: $(wc -l <<<"$failures") files could not be downloaded." \
+        "Is the network up?"
 }
 
 # Ends the program with the packages that cannot be had even one by one.
