@@ -92,7 +92,7 @@ in_turn() {
 # A prefix of the project's own; no display, and no desktop menus, .NET or HTML engine to ask for.
 # Wine reads file names in the locale's encoding: only UTF-8 can tell them all, whatever the user's locale is.
 use_own_wine() {
-    export WINEPREFIX=$own/wine WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all}
+    export WINEPREFIX=$own/wine WINEARCH=win32
     export WINEDLLOVERRIDES='winemenubuilder.exe=d;mscoree,mshtml='
     export LC_ALL=C.UTF-8
     unset DISPLAY
