@@ -43,8 +43,8 @@ class ColourMedianRows {
             leastInverted = Lanes::higherBytes(leastInverted, Lanes::bitXor(same, blueRed));
         });
         // A bit that is in both: they are not of one colour.
-        const unsigned undecided = Lanes::nonZero(Lanes::bitAnd(most, leastInverted));
-        if (undecided) most = decided(x, most, undecided);
+        if (Lanes::shareBits(most, leastInverted))
+            most = decided(x, most, Lanes::nonZero(Lanes::bitAnd(most, leastInverted)));
         joinColours<Lanes>(result + 3 * x, brightness, most);
     }
 

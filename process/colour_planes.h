@@ -30,8 +30,7 @@ void joinColours(std::uint8_t* bgr, typename Lanes::V brightness, typename Lanes
     static_assert(static_cast<std::uint16_t>(inverse * greenWeight) == 1);
     const auto greenPart =
         Lanes::minus(brightness, Lanes::template sumsOfBytes<blueWeight, redWeight>(blueRed));
-    const auto green = Lanes::times(greenPart, Lanes::all(inverse));
-    Lanes::storePixels(bgr, Lanes::pairsOfBytes(Lanes::lowBytes(blueRed), green), Lanes::highBytes(blueRed));
+    Lanes::storePixels(bgr, blueRed, Lanes::times(greenPart, Lanes::all(inverse)));
 }
 
 }  // namespace orn32

@@ -72,7 +72,6 @@ struct WordLanes {
     static V bitXor(V a, V b) { return _mm_xor_si128(a, b); }
     static V lowBytes(V v) { return _mm_and_si128(v, _mm_set1_epi16(0xFF)); }
     static V highBytes(V v) { return _mm_srli_epi16(v, 8); }
-    static V pairsOfBytes(V low, V high) { return _mm_or_si128(low, _mm_slli_epi16(high, 8)); }
     static V higherBytes(V a, V b) { return _mm_max_epu8(a, b); }
     template <int byLow, int byHigh>
     static V sumsOfBytes(V v) {
@@ -80,6 +79,7 @@ struct WordLanes {
     }
     static V select(V mask, V whereSet, V whereClear) { return orn32::select(mask, whereSet, whereClear); }
 
+    static bool shareBits(V a, V b) { return nonZero(bitAnd(a, b)); }
     // Two bits for every word that is not 0.
     static unsigned nonZero(V v) {
         return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(v, zero()))) ^ 0xFFFF;
@@ -87,8 +87,11 @@ struct WordLanes {
     static unsigned lowest(V v) { return folded(v, lower); }
     static unsigned highest(V v) { return folded(v, higher); }
 
-    // Stores a pixel of three bytes for every word, and 4 bytes behind them that mean nothing.
-    static void storePixels(std::uint8_t* bgr, V blueGreen, V red) {
+    // Stores a pixel of three bytes for every word, and 4 bytes behind them that mean nothing. Of green only
+    // the low bytes count.
+    static void storePixels(std::uint8_t* bgr, V blueRed, V green) {
+        const V blueGreen = _mm_or_si128(lowBytes(blueRed), _mm_slli_epi16(green, 8)),
+                red = highBytes(blueRed);
         storeFour(bgr, _mm_unpacklo_epi16(blueGreen, red));
         storeFour(bgr + 12, _mm_unpackhi_epi16(blueGreen, red));
     }

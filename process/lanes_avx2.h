@@ -30,9 +30,6 @@ struct WideWordLanes {
     static V times(V a, V b) { return _mm256_mullo_epi16(a, b); }
     static V bitAnd(V a, V b) { return _mm256_and_si256(a, b); }
     static V bitXor(V a, V b) { return _mm256_xor_si256(a, b); }
-    static V lowBytes(V v) { return _mm256_and_si256(v, _mm256_set1_epi16(0xFF)); }
-    static V highBytes(V v) { return _mm256_srli_epi16(v, 8); }
-    static V pairsOfBytes(V low, V high) { return _mm256_or_si256(low, _mm256_slli_epi16(high, 8)); }
     static V higherBytes(V a, V b) { return _mm256_max_epu8(a, b); }
     template <int byLow, int byHigh>
     static V sumsOfBytes(V v) {
@@ -41,6 +38,7 @@ struct WideWordLanes {
     static V select(V mask, V whereSet, V whereClear) {
         return _mm256_blendv_epi8(whereClear, whereSet, mask);
     }
+    static bool shareBits(V a, V b) { return !_mm256_testz_si256(a, b); }
     static unsigned nonZero(V v) {
         return ~static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(v, zero())));
     }
@@ -51,11 +49,11 @@ struct WideWordLanes {
         return folded(v, [](__m128i a, __m128i b) { return _mm_max_epi16(a, b); });
     }
 
-    static void storePixels(std::uint8_t* bgr, V blueGreen, V red) {
+    static void storePixels(std::uint8_t* bgr, V blueRed, V green) {
         const V closing = _mm256_broadcastsi128_si256(
-            _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-        const V first = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(blueGreen, red), closing);
-        const V second = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(blueGreen, red), closing);
+            _mm_setr_epi8(0, 2, 1, 4, 6, 5, 8, 10, 9, 12, 14, 13, -1, -1, -1, -1));
+        const V first = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(blueRed, green), closing);
+        const V second = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(blueRed, green), closing);
         storeHalf(bgr, _mm256_castsi256_si128(first));
         storeHalf(bgr + 12, _mm256_castsi256_si128(second));
         storeHalf(bgr + 24, _mm256_extracti128_si256(first, 1));
