@@ -140,10 +140,6 @@ Grid<unsigned> filtered(const Filter& filter, int argument, const TestImage& sou
     return result;
 }
 
-unsigned same(unsigned pixel) {
-    return pixel;
-}
-
 }  // namespace
 
 class Filters : public testing::TestWithParam<Filter> {};
@@ -154,6 +150,7 @@ TEST_P(Filters, AgreeWithThePlainVersionOverRandomAreas) {
     const Filter& filter = GetParam();
     Random random(71);
     for (int round = 0; round < 4000; round++) {
+        const MemoryWatch watch;
         const unsigned bits = filter.anyDepth(random);
         const unsigned extra = random.oneIn(50) ? 500 : 0;  // rows are worked on in parts
         TestImage source(3 + random.below(50) + extra, 3 + random.below(30), bits);
@@ -171,7 +168,7 @@ TEST_P(Filters, AgreeWithThePlainVersionOverRandomAreas) {
             ASSERT_EQ(destination.bytes(), before);
             continue;
         }
-        const auto expected = bytesWith(destination, filtered(filter, argument, source, width, height), same);
+        const auto expected = bytesWith(destination, filtered(filter, argument, source, width, height));
         const auto sourceBytes = source.bytes();
         ASSERT_EQ(filter.run(argument, source, destination), 0) << what;
         ASSERT_EQ(destination.bytes(), expected) << what;
@@ -179,24 +176,8 @@ TEST_P(Filters, AgreeWithThePlainVersionOverRandomAreas) {
     }
 }
 
-TEST_P(Filters, MayWorkInPlace) {
-    const Filter& filter = GetParam();
-    Random random(72);
-    for (int round = 0; round < 200; round++) {
-        TestImage image(11 + random.below(30), 11 + random.below(30), filter.anyDepth(random));
-        paintTies(image, random);
-        setimagearea(image, random.below(4), random.below(4), UINT(image.width() - 1),
-                     UINT(image.height() - 1));
-        const int argument = filter.isMedian ? random.between(3, 7) : filter.anyArgument(random);
-        const auto expected =
-            bytesWith(image, filtered(filter, argument, image, image.areaWidth(), image.areaHeight()), same);
-        ASSERT_EQ(filter.run(argument, image, image), 0);
-        ASSERT_EQ(image.bytes(), expected) << image.describe() << " argument " << argument;
-    }
-}
-
-// The area moved within one image: rows are read and written in a fixed order, also the bottom row, which is
-// read again for the last rows.
+// The area in its place or moved within one image: rows are read and written in a fixed order, also the
+// bottom row, which is read again for the last rows.
 TEST_P(Filters, OverlappingAreasAreReadAndWrittenInTheOrderOfRows) {
     const Filter& filter = GetParam();
     Random random(73);
@@ -208,7 +189,9 @@ TEST_P(Filters, OverlappingAreasAreReadAndWrittenInTheOrderOfRows) {
         const int argument = filter.isMedian ? random.between(3, 7) : filter.anyArgument(random);
         const int k = filter.size(argument), radius = k / 2, width = 12 + random.between(0, 5), height = 15;
         const int left = random.between(0, 9), top = random.between(0, 9);
-        const int toLeft = random.between(0, 9), toTop = random.between(0, 9);
+        const bool isInPlace = random.oneIn(4);
+        const int toLeft = isInPlace ? left : random.between(0, 9),
+                  toTop = isInPlace ? top : random.between(0, 9);
         imgdes from = image.image, to = image.image;
         setimagearea(&from, UINT(left), UINT(top), UINT(left + width - 1), UINT(top + height - 1));
         setimagearea(&to, UINT(toLeft), UINT(toTop), UINT(toLeft + width - 1), UINT(toTop + height - 1));
@@ -229,27 +212,6 @@ TEST_P(Filters, OverlappingAreasAreReadAndWrittenInTheOrderOfRows) {
         ASSERT_EQ(filter.run(argument, &from, &to), 0);
         ASSERT_EQ(image.bytes(), copy.bytes()) << bits << " bits, argument " << argument << ", " << left
                                                << "," << top << " to " << toLeft << "," << toTop;
-    }
-}
-
-TEST_P(Filters, PaletteImagesAreFilteredAsColours) {
-    const Filter& filter = GetParam();
-    Random random(74);
-    for (int round = 0; round < 20; round++) {
-        TestImage source(20, 16, 8), destination(20, 16, 8), colours(20, 16, 24), expected(20, 16, 8);
-        source.randomise(random);
-        paintPalette(source, random);
-        const int argument = filter.isMedian ? random.between(3, 5) : filter.anyArgument(random);
-        ASSERT_EQ(convertpaltorgb(source, colours), 0);
-        setimagearea(source, 2, 3, 17, 12);
-        setimagearea(colours, 2, 3, 17, 12);
-        ASSERT_EQ(filter.run(argument, colours, colours), 0);
-        setimagearea(colours, 0, 0, 19, 15);
-        ASSERT_EQ(convertrgbtopalex(256, colours, expected, 2), 0);
-        ASSERT_EQ(filter.run(argument, source, destination), 0);
-        ASSERT_EQ(destination.bytes(), expected.bytes());
-        ASSERT_EQ(std::memcmp(destination->palette, expected->palette, 1024), 0);
-        ASSERT_EQ(destination->imgkind, 0u);
     }
 }
 
@@ -278,42 +240,6 @@ TEST_P(Filters, CheckInOrderAndTouchNothing) {
     setimagearea(grey, 0, 0, 12, 11);
     EXPECT_EQ(refused(smallest, grey, colour), ERR_RANGE) << "the source's area before the bit counts";
     EXPECT_EQ(filter.run(smallest, nullptr, grey), checkrange_(nullptr));
-}
-
-TEST_P(Filters, EveryAllocationMayFail) {
-    const Filter& filter = GetParam();
-    Random random(76);
-    for (const unsigned bits : {1u, 8u, 24u, 0u}) {  // 0: a palette image
-        if (bits == 1 && filter.isMedian) continue;
-        for (const int argument : {3, 11}) {
-            TestImage source(20, 16, bits ? bits : 8), destination(20, 16, bits ? bits : 8);
-            source.randomise(random);
-            if (!bits) paintPalette(source, random);
-            const auto before = destination.bytes();
-            const int tried = failEveryAllocation([&] { return filter.run(argument, source, destination); },
-                                                  [&](int n, int code, const MemoryWatch& watch) {
-                                                      EXPECT_EQ(code, ERR_MEMORY)
-                                                          << filter.name << bits << " allocation " << n;
-                                                      EXPECT_EQ(watch.live(), 0);
-                                                      EXPECT_EQ(destination.bytes(), before);
-                                                  });
-            EXPECT_GE(tried, 1);
-        }
-    }
-}
-
-TEST_P(Filters, RowsThatEndAtAnUnreadablePageAreNotOverrun) {
-    const Filter& filter = GetParam();
-    Random random(77);
-    for (unsigned width = 11; width < 45; width++) {
-        for (const unsigned bits : {1u, 8u, 24u}) {
-            if (bits == 1 && filter.isMedian) continue;
-            const MemoryWatch watch;
-            TestImage source(width, 11, bits), destination(width, 11, bits);
-            source.randomise(random);
-            ASSERT_EQ(filter.run(filter.anyArgument(random), source, destination), 0);
-        }
-    }
 }
 
 // Both ways of working on rows, whatever this processor has.
@@ -356,19 +282,6 @@ TEST(Median, OfColoursIsTheSameWithAndWithoutAvx2) {
     }
 }
 
-TEST(Median, SizeFourIsSizeThreeAndRemoveNoiseToo) {
-    Random random(78);
-    for (const unsigned bits : {8u, 24u}) {
-        TestImage source(20, 20, bits), three(20, 20, bits), four(20, 20, bits), noise(20, 20, bits);
-        paintTies(source, random);
-        ASSERT_EQ(medianfilter(3, source, three), 0);
-        ASSERT_EQ(medianfilter(4, source, four), 0);
-        ASSERT_EQ(removenoise(source, noise), 0);
-        EXPECT_EQ(three.bytes(), four.bytes());
-        EXPECT_EQ(three.bytes(), noise.bytes());
-    }
-}
-
 TEST(FilterEngine, TakesSizesFromThreeToSixtyThree) {
     struct Count {
         int* seen;
@@ -389,19 +302,13 @@ TEST(FilterEngine, TakesSizesFromThreeToSixtyThree) {
     }
 }
 
-TEST(Filters, KnownResults) {
-    Random random(79);
-    TestImage source(16, 16, 8), result(16, 16, 8);
-    source.randomise(random);
-    for (unsigned i = 0; i < source->header->biSizeImage; i++) source->bits[i] |= 1;
-    ASSERT_EQ(dilate(0, source, result), 0);
-    EXPECT_EQ(result.bytes(), source.bytes()) << "no neighbourhood is all black";
-    ASSERT_EQ(erode(0, source, result), 0);
-    EXPECT_EQ(result.bytes(), source.bytes()) << "only white ones would change, to white";
-    for (int y = 1; y < 15; y++) source.row(y)[7] = 0, source.row(y)[8] = 255;
-    ASSERT_EQ(dilate(255, source, result), 0);
-    EXPECT_EQ(result.pixel(6, 7) | result.pixel(7, 7) | result.pixel(8, 7), 0u) << "every pixel the minimum";
-    ASSERT_EQ(erode(255, source, result), 0);
-    EXPECT_EQ(result.pixel(7, 7) & result.pixel(8, 7) & result.pixel(9, 7), 255u)
-        << "every pixel the maximum";
+TEST(Median, RemoveNoiseIsTheSmallest) {
+    Random random(78);
+    for (const unsigned bits : {8u, 24u}) {
+        TestImage source(20, 20, bits), median(20, 20, bits), noise(20, 20, bits);
+        paintTies(source, random);
+        ASSERT_EQ(medianfilter(3, source, median), 0);
+        ASSERT_EQ(removenoise(source, noise), 0);
+        EXPECT_EQ(noise.bytes(), median.bytes());
+    }
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -52,18 +53,34 @@ inline Grid<Colour> commonColours(const TestImage& source, const TestImage& dest
     return grid;
 }
 
+// The pixels, as numbers, of the source's part of the area that both have.
+inline Grid<unsigned> commonPixels(const TestImage& source, const TestImage& destination) {
+    Grid<unsigned> grid(commonWidth(source, destination), commonHeight(source, destination));
+    for (int y = 0; y < grid.height; y++)
+        for (int x = 0; x < grid.width; x++)
+            grid.at(x, y) =
+                source.pixel(static_cast<int>(source.image.left) + x, static_cast<int>(source.image.top) + y);
+    return grid;
+}
+
 // The image's pixel bytes with the grid put at its area's top-left corner.
-template <class T, class ToPixel>
-std::vector<std::uint8_t> bytesWith(TestImage& image, const Grid<T>& grid, ToPixel toPixel) {
+template <class T, class ToPixel = std::identity>
+std::vector<std::uint8_t> bytesWith(TestImage& image, const Grid<T>& grid, ToPixel toPixel = {}) {
     const std::vector<std::uint8_t> before = image.bytes();
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
             image.setPixel(static_cast<int>(image->left) + x, static_cast<int>(image->top) + y,
-                           toPixel(grid.at(x, y)));
+                           static_cast<unsigned>(toPixel(grid.at(x, y))));
     const std::vector<std::uint8_t> after = image.bytes();
     std::copy(before.begin(), before.end(), image->bits);
     return after;
 }
+
+// The ordered matrix of all dithers.
+constexpr int ditherMatrix[8][8] = {{0, 38, 9, 47, 2, 40, 11, 50},  {25, 12, 35, 22, 27, 15, 37, 24},
+                                    {6, 44, 3, 41, 8, 47, 5, 43},   {31, 19, 28, 15, 34, 21, 31, 18},
+                                    {1, 39, 11, 49, 0, 39, 10, 48}, {27, 14, 36, 23, 26, 13, 35, 23},
+                                    {7, 46, 4, 43, 7, 45, 3, 42},   {33, 20, 30, 17, 32, 19, 29, 16}};
 
 // Noise, few colours, few greys, slow gradients with a little noise: what photographs, drawings and
 // half-finished programs hand over.

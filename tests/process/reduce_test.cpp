@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/process/plain_quantiser.h"
-#include "tests/support/memory_watch.h"
 
 using namespace test;
 
@@ -65,8 +64,7 @@ TEST(ReduceColors, PaletteAndPixelsAreThoseOfThePlainChoiceAndMatch) {
             entries.push_back(paletteColour(source.image, i));
         const auto palette = plainChoice(counts, entries, static_cast<unsigned>(wanted));
         const auto expected =
-            bytesWith(destination, plainMatch(commonColours(source, destination), palette, mode),
-                      [](int index) { return static_cast<unsigned>(index); });
+            bytesWith(destination, plainMatch(commonColours(source, destination), palette, mode));
         ASSERT_EQ(reduceimagecolors(source, destination, mode), 0);
         const std::string what = describe(source, destination) + ", " + std::to_string(sourceColours) +
                                  " to " + std::to_string(wanted) + " colours, mode " + std::to_string(mode);
@@ -125,22 +123,4 @@ TEST(ReduceColors, APackedBitmapIsNotGivenMoreEntriesThanItHasRoomFor) {
     EXPECT_EQ(block, before);
     destination.palcolors = 4;
     EXPECT_EQ(reduceimagecolors(source, &destination, 0), 0);
-}
-
-TEST(ReduceColors, EveryAllocationMayFail) {
-    for (const int mode : {0, 3}) {
-        TestImage source(9, 7, 8), destination(9, 7, 8);
-        Random random(363);
-        source.randomise(random);
-        const int steps = failEveryAllocation(
-            [&] {
-                destination->palcolors = 12;
-                return reduceimagecolors(source, destination, mode);
-            },
-            [&](int n, int result, const MemoryWatch& watch) {
-                EXPECT_EQ(result, ERR_MEMORY) << "allocation " << n << ", mode " << mode;
-                EXPECT_EQ(watch.live(), 0);
-            });
-        EXPECT_EQ(steps, mode == 0 ? 5 : 3);
-    }
 }
