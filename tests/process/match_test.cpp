@@ -100,33 +100,6 @@ TEST(MatchColors, AFullOctreeIsSearchedToItsLastLeaf) {
     EXPECT_EQ(destination.bytes(), expected);
 }
 
-TEST(MatchColors, EntriesInOneOctreeCellAnswerWithTheLastIndexAndTheFirstColour) {
-    TestImage source(1, 1, 24), destination(1, 1, 8);
-    destination->palette[0] = {0x10, 0x10, 0x10, 0};
-    destination->palette[1] = {0x1F, 0x1F, 0x1F, 0};  // same cell as entry 0
-    destination->palette[2] = {0x1F, 0x1F, 0x20, 0};  // nearer to the pixel than entry 0, not than entry 1
-    destination->palcolors = 3;
-    source.setPixel(0, 0, 0x1E1E1E);
-    ASSERT_EQ(matchcolorimageex(source, destination, 0), 0);
-    // The way down ends in the first cell; its parent holds that one leaf and no other.
-    EXPECT_EQ(destination.pixel(0, 0), 1u);
-    source.setPixel(0, 0, 0x2E1E1E);
-    ASSERT_EQ(matchcolorimageex(source, destination, 0), 0);
-    EXPECT_EQ(destination.pixel(0, 0), 2u);
-}
-
-TEST(MatchColors, TheFirstPixelOfACellDecidesForAllOfIt) {
-    TestImage source(2, 2, 24), destination(2, 2, 8);
-    destination->palette[0] = {0, 0, 0, 0};
-    destination->palette[1] = {7, 7, 7, 0};
-    destination->palcolors = 2;
-    source.setPixel(0, 0, 0x060606);
-    ASSERT_EQ(matchcolorimageex(source, destination, 2), 0);
-    EXPECT_EQ(destination.pixel(0, 0), 1u);
-    EXPECT_EQ(destination.pixel(1, 0), 1u) << "black shares a cell with the grey before it";
-    EXPECT_EQ(destination.pixel(1, 1), 1u);
-}
-
 TEST(MatchColors, MatchColorImageIsOctreeWithDiffusion) {
     TestImage source(40, 30, 24), a(40, 30, 8), b(40, 30, 8);
     Random random(324);

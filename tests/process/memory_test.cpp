@@ -1,4 +1,4 @@
-// Operations on pictures while memory runs out.
+// Operations on pictures where memory runs out, or is short from the start.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -94,4 +94,37 @@ TEST(Operations, EveryAllocationMayFailAndTheDestinationIsUntouched) {
             });
         EXPECT_GE(tried, 1) << operation.name;
     }
+}
+
+// Its pixels follow the palette at once.
+TEST(Operations, APackedBitmapIsNotGivenMorePaletteEntriesThanItHasRoomFor) {
+    TestImage colour(8, 5, 24), palette(8, 5, 8);
+    const struct {
+        const char* name;
+        unsigned entries;  // that it asks for
+        std::function<int(imgdes*)> run;
+    } operations[] = {
+        {"convertrgbtopalex", 17, [&](imgdes* to) { return convertrgbtopalex(17, colour, to, 2); }},
+        {"colordither", 16, [&](imgdes* to) { return colordither(colour, to, 0); }},
+        {"colordither cube", 256, [&](imgdes* to) { return colordither(colour, to, 1); }},
+        {"colorscatter", 16, [&](imgdes* to) { return colorscatter(colour, to, 0); }},
+        {"colorscatter cube", 256, [&](imgdes* to) { return colorscatter(colour, to, 1); }},
+        {"reduceimagecolors", 5,
+         [&](imgdes* to) {
+             to->palcolors = 5;
+             return reduceimagecolors(palette, to, 0);
+         }},
+    };
+    for (const auto& operation : operations)
+        for (const unsigned room : {operation.entries - 1, operation.entries}) {
+            std::vector<std::uint8_t> block(sizeof(BITMAPINFOHEADER) + room * 4 + 8 * 5, 0x5A);
+            auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
+            *header = {sizeof(BITMAPINFOHEADER), 8, 5, 1, 8, BI_RGB, 40, 0, 0, room, room};
+            imgdes packed;
+            ASSERT_EQ(setupimgdes(header, &packed), 0);
+            const auto before = block;
+            const bool fits = room == operation.entries;
+            EXPECT_EQ(operation.run(&packed), fits ? 0 : ERR_RANGE) << operation.name << ", room " << room;
+            EXPECT_EQ(block == before, !fits) << operation.name;
+        }
 }

@@ -101,18 +101,6 @@ TEST(OneBit, FromLevelsAgreesWithThePlainVersionOverRandomAreas) {
     }
 }
 
-// Long rows, so that errors travel far.
-TEST(OneBit, DiffusionAgreesOnAWholePicture) {
-    Random random(62);
-    for (int round = 0; round < 4; round++) {
-        TestImage source(700, 300, 8), destination(700, 300, 1);
-        paintLevels(source, random);
-        const auto expected = bytesWith(destination, plainStucki(greyLevels(source, destination)));
-        ASSERT_EQ(convert8bitto1bit(0, source, destination), 0);
-        ASSERT_EQ(destination.bytes(), expected);
-    }
-}
-
 TEST(OneBit, ToLevelsAgreesWithThePlainVersionOverRandomAreas) {
     constexpr unsigned smooth[8] = {0, 42, 170, 212, 42, 85, 212, 255};
     Random random(63);

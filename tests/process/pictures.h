@@ -28,6 +28,20 @@ inline Colour paletteColour(const imgdes& image, unsigned index) {
     return {entry.rgbBlue, entry.rgbGreen, entry.rgbRed};
 }
 
+// The first entries of a DIB section's own colour table.
+inline std::vector<Colour> sectionColours(const imgdes& image, unsigned count) {
+    RGBQUAD table[256] = {};
+    const HDC context = CreateCompatibleDC(nullptr);
+    const HGDIOBJ previous = SelectObject(context, image.hbitmap);
+    count = GetDIBColorTable(context, 0, count, table);
+    SelectObject(context, previous);
+    DeleteDC(context);
+    std::vector<Colour> colours;
+    for (unsigned i = 0; i < count; i++)
+        colours.push_back({table[i].rgbBlue, table[i].rgbGreen, table[i].rgbRed});
+    return colours;
+}
+
 // The colour of a pixel of the picture, through the palette where the image has 8 bits.
 inline Colour colourAt(const TestImage& image, int x, int y) {
     const unsigned p = image.pixel(x, y);

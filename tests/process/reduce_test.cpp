@@ -107,20 +107,3 @@ TEST(ReduceColors, ReportsTheFirstThingThatIsWrongAndWritesNothing) {
     EXPECT_EQ(some.imgkind, 0u);
     EXPECT_EQ(isgrayscaleimage(to), 0);
 }
-
-TEST(ReduceColors, APackedBitmapIsNotGivenMoreEntriesThanItHasRoomFor) {
-    std::vector<std::uint8_t> block(sizeof(BITMAPINFOHEADER) + 4 * 4 + 8 * 2, 0x5A);
-    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
-    *header = {sizeof(BITMAPINFOHEADER), 8, 2, 1, 8, BI_RGB, 16, 0, 0, 4, 4};
-    imgdes destination;
-    ASSERT_EQ(setupimgdes(header, &destination), 0);
-    TestImage source(8, 2, 8);
-    Random random(362);
-    source.randomise(random);
-    destination.palcolors = 5;
-    const auto before = block;
-    EXPECT_EQ(reduceimagecolors(source, &destination, 0), ERR_RANGE);
-    EXPECT_EQ(block, before);
-    destination.palcolors = 4;
-    EXPECT_EQ(reduceimagecolors(source, &destination, 0), 0);
-}
