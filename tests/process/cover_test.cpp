@@ -39,7 +39,8 @@ struct Layers {
             image->randomArea(random);
         }
         // Few values, so that clear colours and levels are met.
-        for (unsigned i = 0; random.oneIn(2) && i < over->header->biSizeImage; i++) over->bits[i] &= 1;
+        const bool isPlain = random.oneIn(2);
+        for (unsigned i = 0; isPlain && i < over->header->biSizeImage; i++) over->bits[i] &= 1;
         width = std::min(commonWidth(under, over), result.areaWidth());
         height = std::min(commonHeight(under, over), result.areaHeight());
     }

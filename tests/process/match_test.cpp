@@ -59,14 +59,9 @@ TEST(MatchColors, AnAreaMayOverlapItsSourceUpToOneRowFurtherDown) {
         to.top = random.below(std::min(image->top + 2, static_cast<UINT>(image.height())));
         to.bottom = std::min(to.top + image->bottom - image->top, static_cast<UINT>(image.height()) - 1);
         const int mode = random.between(0, 3);
-        Grid<Colour> picture(std::min(image.areaWidth(), static_cast<int>(to.right - to.left) + 1),
-                             std::min(image.areaHeight(), static_cast<int>(to.bottom - to.top) + 1));
-        for (int y = 0; y < picture.height; y++)
-            for (int x = 0; x < picture.width; x++)
-                picture.at(x, y) =
-                    colourAt(image, static_cast<int>(image->left) + x, static_cast<int>(image->top) + y);
         imgdes from = image.image;
         image.image = to;
+        const auto picture = coloursAt(image, from, to);
         const auto expected = bytesWith(image, plainMatch(picture, paletteOf(to), mode));
         ASSERT_EQ(matchcolorimageex(&from, &to, mode), 0);
         ASSERT_EQ(image.bytes(), expected) << image.describe() << ", mode " << mode;

@@ -57,14 +57,21 @@ inline int commonHeight(const TestImage& a, const TestImage& b) {
     return std::min(a.areaHeight(), b.areaHeight());
 }
 
-// The colours of the source's part of the area that both have.
-inline Grid<Colour> commonColours(const TestImage& source, const TestImage& destination) {
-    Grid<Colour> grid(commonWidth(source, destination), commonHeight(source, destination));
+// The colours of the picture where one area begins, as many as both areas have.
+inline Grid<Colour> coloursAt(const TestImage& picture, const imgdes& from, const imgdes& to) {
+    const UINT width = std::min(from.right - from.left, to.right - to.left) + 1;
+    const UINT height = std::min(from.bottom - from.top, to.bottom - to.top) + 1;
+    Grid<Colour> grid(static_cast<int>(width), static_cast<int>(height));
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
-            grid.at(x, y) = colourAt(source, static_cast<int>(source.image.left) + x,
-                                     static_cast<int>(source.image.top) + y);
+            grid.at(x, y) =
+                colourAt(picture, static_cast<int>(from.left) + x, static_cast<int>(from.top) + y);
     return grid;
+}
+
+// The colours of the source's part of the area that both have.
+inline Grid<Colour> commonColours(const TestImage& source, const TestImage& destination) {
+    return coloursAt(source, source.image, destination.image);
 }
 
 // The pixels, as numbers, of the source's part of the area that both have.
