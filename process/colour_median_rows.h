@@ -32,7 +32,8 @@ class ColourMedianRows {
     using V = typename Lanes::V;
 
     // Joins the brightness of the neighbourhoods from column x on with blue and red of the pixels that have
-    // it.
+    // it. Ones and zeros could be collected by OR instead of as largest bytes, but compilers regroup long
+    // chains of OR and run out of registers.
     template <class ForAllNeighbours>
     void store(std::uint8_t* result, unsigned x, V brightness, ForAllNeighbours forAllNeighbours) const {
         V most = Lanes::zero(), leastInverted = most;

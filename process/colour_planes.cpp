@@ -55,8 +55,7 @@ void splitColoursSse2(ColourRow row, const std::uint8_t* bgr, unsigned count) {
 }
 
 void splitColours(ColourRow row, const std::uint8_t* bgr, unsigned count) {
-    static const auto best = hasAvx2() ? splitColoursAvx2 : splitColoursSse2;
-    best(row, bgr, count);
+    (hasAvx2() ? splitColoursAvx2 : splitColoursSse2)(row, bgr, count);
 }
 
 }  // namespace orn32
