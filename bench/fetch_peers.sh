@@ -9,7 +9,7 @@ packages=$build/peers/packages
 
 peer_packages=(
     libjpeg62-turbo-dev libpng-dev zlib1g-dev libgif-dev libgif7
-    libfreeimage-dev libfreeimage3 libleptonica-dev liblept5
+    libfreeimage-dev libfreeimage3 libleptonica-dev liblept5 libstb-dev
     # What the shared libraries among them need:
     libimath-3-1-29 libjxr0 libopenexr-3-1-30 libopenjp2-7 libgomp1 liblcms2-2 libraw20 libwebpmux3 libwebp7
     libtiff6 libjbig0 liblerc4 libdeflate0 liblzma5 libzstd1 libjpeg62-turbo libpng16-16 zlib1g
@@ -27,9 +27,9 @@ fetch_peers() {
     for package in "${peer_packages[@]}"; do
         [[ -n $(package_file "$package") ]] || missing+=("$package")
     done
-    ((${#missing[@]})) || return 0
+    ((${#missing[@]})) || [[ ! -d $sysroot ]] || return 0
     say "Downloading the peers' packages ..."
-    if ! download "${missing[@]}"; then
+    if ((${#missing[@]})) && ! download "${missing[@]}"; then
         prepare_apt wine32:i386 || true # fresh lists
         for package in "${missing[@]}"; do
             download "$package" || say "$package for i386 cannot be had."
@@ -46,7 +46,7 @@ fetch_peers() {
 peer_versions() {
     local package file
     # shellcheck disable=SC2016 # dpkg-deb's own fields
-    for package in libfreeimage3 liblept5 libjpeg62-turbo-dev libpng-dev zlib1g-dev libgif-dev; do
+    for package in libfreeimage3 liblept5 libjpeg62-turbo-dev libpng-dev zlib1g-dev libgif-dev libstb-dev; do
         file=$(package_file "$package")
         [[ -z $file ]] || dpkg-deb -W --showformat='${Package} ${Version}, ' "$file"
     done | sed 's/, $//'

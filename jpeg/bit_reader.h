@@ -81,6 +81,11 @@ class BitReader {
         at.count += static_cast<int>(count);
     }
 
+    static void drop(Cursor& at, unsigned n) {
+        at.acc <<= n;
+        at.count -= static_cast<int>(n);
+    }
+
     // Adds whole bytes, so that 24 bits or more are there, and less than 32. Bits of the next byte may stand
     // behind the counted ones: they are the same when that byte comes.
     void fill(Cursor& at) {
@@ -101,10 +106,6 @@ class BitReader {
  private:
     void need(Cursor& at, unsigned n) {
         if (at.count < static_cast<int>(n)) fill(at);
-    }
-    static void drop(Cursor& at, unsigned n) {
-        at.acc <<= n;
-        at.count -= static_cast<int>(n);
     }
 
     // A code longer than the look-up, or shorter with a value that the look-up does not have.

@@ -30,6 +30,8 @@ class RestartCounter {
  public:
     explicit RestartCounter(std::uint32_t interval) : interval_(interval), left_(interval) {}
 
+    bool isOn() const { return interval_ != 0; }
+
     // To be called before each MCU: whether a restart marker comes first.
     bool due() {
         if (interval_ == 0) return false;

@@ -15,6 +15,17 @@ LookEntry lookEntry(unsigned symbol, unsigned length, unsigned string) {
     return static_cast<unsigned>(extend(bits, count)) << 16 | run << 8 | entryComplete | (length + count);
 }
 
+// Runs of 16 zeros count as coefficients that are 0.
+bool isCoefficient(LookEntry entry) {
+    return (entry & entryComplete) && runOf(entry) < endOfBand;
+}
+
+LookPair::Half halfOf(LookEntry entry) {
+    if (!isCoefficient(entry)) return {0, noStep, 0};
+    return {static_cast<std::int16_t>(entry >> 16), static_cast<std::uint8_t>(runOf(entry) + 1),
+            static_cast<std::uint8_t>(entry & entryBits)};
+}
+
 }  // namespace
 
 bool isUsable(const HuffmanDefinition& definition) {
@@ -44,6 +55,19 @@ void buildDecodeTable(const HuffmanDefinition& definition, DecodeTable& table) {
         code <<= 1;
     }
     table.limit[17] = 1u << 16;
+}
+
+void buildPairs(DecodeTable& table) {
+    constexpr unsigned strings = 1u << lookBits;
+    for (unsigned string = 0; string < strings; string++) {
+        LookPair& pair = table.pairs[string];
+        pair.first = pair.second = halfOf(table.look[string]);
+        if (pair.first.step == noStep) continue;
+        LookPair::Half next = halfOf(table.look[string << pair.first.bits & (strings - 1)]);
+        next.step = static_cast<std::uint8_t>(next.step + pair.first.step);
+        next.bits = static_cast<std::uint8_t>(next.bits + pair.first.bits);
+        if (next.step < noStep && next.bits <= lookBits) pair.second = next;
+    }
 }
 
 }  // namespace orn32::jpeg

@@ -25,17 +25,35 @@ constexpr unsigned runOf(LookEntry entry) {
     return entry >> 8 & 0xFF;
 }
 
+// Two AC symbols that the next lookBits bits hold, one behind the other. Where they hold only one, it is
+// there twice; where the first is no coefficient, or not complete, both have noStep.
+struct LookPair {
+    struct Half {
+        std::int16_t value;
+        std::uint8_t step;  // from the coefficient before the pair to this one
+        std::uint8_t bits;  // to drop, from the first on
+    };
+    Half first, second;
+};
+
+constexpr std::uint8_t noStep = blockSize;
+
 struct DecodeTable {
     LookEntry look[1 << lookBits];
-    std::uint32_t limit[18];       // per length: the first 16-bit string above all codes up to it
-    std::int32_t firstSymbol[17];  // per length: index of its first symbol minus its first code
+    LookPair pairs[1 << lookBits];  // only for blocks that come whole
+    std::uint32_t limit[18];        // per length: the first 16-bit string above all codes up to it
+    std::int32_t firstSymbol[17];   // per length: index of its first symbol minus its first code
     std::uint8_t symbols[256];
 };
 
 // Whether the counts make a prefix code of at most 256 symbols.
 bool isUsable(const HuffmanDefinition& definition);
 
+// All but the pairs.
 void buildDecodeTable(const HuffmanDefinition& definition, DecodeTable& table);
+
+// The pairs, from the rest of the table.
+void buildPairs(DecodeTable& table);
 
 // The number that count value bits stand for: those that begin with 0 are negative (T.81 F.2.2.1).
 constexpr int extend(unsigned bits, unsigned count) {

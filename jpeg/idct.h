@@ -15,10 +15,6 @@ namespace orn32::jpeg {
 void inverseDct(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last, std::uint8_t* out,
                 std::ptrdiff_t stride);
 
-// The same for a few samples of row y alone: those at columns[i] % 8 go to row[columns[i]].
-void inverseDctSamples(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last, unsigned y,
-                       const std::uint16_t* columns, unsigned count, std::uint8_t* row);
-
 // The whole transform without vector instructions, for products of any size. coefs are dequantised already.
 void inverseDctPlain(const std::int16_t* coefs, std::uint8_t* out, std::ptrdiff_t stride);
 

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
+
+#include "jpeg/idct_sample.h"
 
 namespace orn32::jpeg {
 
@@ -64,30 +65,42 @@ void Output::mapColumns(const Plane& plane) const {
 }
 
 void Output::beginRow(unsigned mcuRow) {
-    for (Plane& plane : planes_) {
-        plane.lineRow = noRow;
-        std::fill(std::begin(plane.rowsWanted), std::end(plane.rowsWanted), 0u);
-    }
     const unsigned firstRow = mcuRow * layout_.mcuHeight;
     shownRows_ = 0;
     for (unsigned y = nextRow_; y < size_.height; y++) {
         const unsigned row = pictureRow(y) - firstRow;
         if (row >= layout_.mcuHeight) break;
         shownRow_[shownRows_++] = static_cast<std::uint8_t>(row);
-        for (Plane& plane : planes_) plane.rowsWanted[plane.sampleRow[row] / 8]++;
+    }
+    for (Plane& plane : planes_) {
+        plane.lineRow = noRow;
+        for (unsigned i = 0; i < shownRows_; i++) plane.rows[i] = plane.sampleRow[shownRow_[i]];
+        unsigned shown = 0;
+        for (unsigned y = 0; y < plane.v; y++) {
+            plane.firstRow[y] = shown;
+            while (shown < shownRows_ && plane.rows[shown] / 8 == y) shown++;
+        }
+        plane.firstRow[plane.v] = shown;
     }
 }
 
-// Only the samples that are shown.
+// Only the samples that are shown, unless they are many.
 void Output::placeSamples(const Plane& plane, unsigned x, unsigned y, const std::int16_t* coefs,
                           unsigned last) {
-    for (unsigned shown = 0; shown < shownRows_; shown++) {
-        const unsigned row = plane.sampleRow[shownRow_[shown]];
-        if (row / 8 != y) continue;
+    const std::uint16_t* columns = plane.sampleOf.get() + plane.firstColumn[x];
+    const unsigned count = plane.firstColumn[x + 1] - plane.firstColumn[x];
+    const unsigned end = plane.firstRow[y + 1];
+    unsigned shown = plane.firstRow[y];
+    const unsigned wanted = count * (end - shown);
+    if (wanted > fewSamples) {
+        std::uint8_t* samples = plane.samples.get() + (static_cast<std::ptrdiff_t>(y) * plane.stride + x) * 8;
+        return inverseDct(coefs, plane.quant, last, samples, plane.stride);
+    }
+    if (wanted == 0) return;
+    for (; shown < end; shown++) {
+        const unsigned row = plane.rows[shown];
         std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
-        const unsigned first = plane.firstColumn[x];
-        inverseDctSamples(coefs, plane.quant, last, row % 8, plane.sampleOf.get() + first,
-                          plane.firstColumn[x + 1] - first, samples);
+        inverseDctSamples(coefs, plane.quant, last, row % 8, columns, count, samples);
     }
 }
 

@@ -33,13 +33,9 @@ class Output {
     void place(unsigned c, unsigned x, unsigned y, const std::int16_t* coefs, unsigned last) {
         const Plane& plane = planes_[c];
         if (x >= plane.blockColumns) return;
-        const unsigned wanted = (plane.firstColumn[x + 1] - plane.firstColumn[x]) * plane.rowsWanted[y];
-        if (wanted == 0) return;
+        if (fit_ == Fit::sample) return placeSamples(plane, x, y, coefs, last);
         std::uint8_t* samples = plane.samples.get() + (static_cast<std::ptrdiff_t>(y) * plane.stride + x) * 8;
-        if (wanted > fewSamples)
-            inverseDct(coefs, plane.quant, last, samples, plane.stride);
-        else
-            placeSamples(plane, x, y, coefs, last);
+        inverseDct(coefs, plane.quant, last, samples, plane.stride);
     }
 
     // Writes the pixels of the first mcus MCUs of the row.
@@ -58,7 +54,8 @@ class Output {
         WorkArray<std::uint16_t> firstColumn;  // per block column, and one more: the first shown one in it
         WorkArray<std::uint8_t> line;          // a row of samples, one for each pixel shown
         std::uint8_t sampleRow[tallestMcu];    // per row of the MCU: the row of samples it is taken from
-        unsigned rowsWanted[maxComponents];    // per block row of the MCU: how many shown rows lie in it
+        std::uint8_t rows[tallestMcu];         // per shown row: the row of samples it is taken from
+        unsigned firstRow[maxComponents + 1];  // per block row of the MCU: the first shown one in it
         unsigned lineRow;                      // row of samples that line holds
         bool direct;                           // rows of samples are used as they are
     };

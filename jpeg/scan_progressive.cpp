@@ -105,11 +105,14 @@ class ProgressiveScan {
         return true;
     }
 
+    // The same for a block.
+    bool passBlock(Set nonzero) {
+        if (endOfBandRun_ == 0 || (scan_.ah && nonzero)) return false;
+        endOfBandRun_--;
+        return true;
+    }
+
     void decodeAcFirst(const DecodeTable& table, Block block) {
-        if (endOfBandRun_ > 0) {
-            endOfBandRun_--;
-            return;
-        }
         BitReader::Cursor at = bits_.cursor();
         for (unsigned k = scan_.ss; k <= scan_.se; k++) {
             const LookEntry entry = bits_.next(at, table);
@@ -199,9 +202,11 @@ class ProgressiveScan {
     template <class Visit>
     void forEachBlockOfRow(unsigned c, unsigned y, Visit visit) {
         const unsigned across = d_.layout.components[c].blocksAcross;
+        Set* nonzero = &coefficients_.nonzero(c, 0, y);
         for (unsigned x = 0; x < across; x++) {
-            if (x % d_.layout.mcusPerRestartStep == 0) restartIfDue();
-            visit(Block{coefficients_.block(c, x, y), coefficients_.nonzero(c, x, y)});
+            if (restart_.isOn() && x % d_.layout.mcusPerRestartStep == 0) restartIfDue();
+            if (passBlock(nonzero[x])) continue;
+            visit(Block{coefficients_.block(c, x, y), nonzero[x]});
             stopIfCut();
         }
     }

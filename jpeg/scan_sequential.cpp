@@ -31,6 +31,20 @@ inline int differenceAt(BitReader& bits, BitReader::Cursor& at, const DecodeTabl
     return k < blockSize - 1;
 }
 
+// Two coefficients, or one, if the look-up has them and the block goes on behind them; else false, and
+// nothing is done.
+[[gnu::always_inline]] inline bool decodePair(BitReader::Cursor& at, const DecodeTable& ac,
+                                              std::int16_t* coefs, unsigned& last) {
+    const LookPair& pair = ac.pairs[at.acc >> (32 - lookBits)];
+    const unsigned k = last + pair.second.step;
+    if (k >= blockSize - 1) return false;
+    coefs[naturalOrder[last + pair.first.step]] = pair.first.value;
+    coefs[naturalOrder[k]] = pair.second.value;
+    BitReader::drop(at, pair.second.bits);
+    last = k;
+    return true;
+}
+
 }  // namespace
 
 int decodeDifference(BitReader& bits, const DecodeTable& table) {
@@ -43,15 +57,16 @@ int decodeDifference(BitReader& bits, const DecodeTable& table) {
 unsigned decodeBlock(BitReader& bits, const DecodeTable& dc, const DecodeTable& ac, std::int16_t& predictor,
                      std::int16_t* coefs) {
     BitReader::Cursor at = bits.cursor();
+    // Whether bits run short behind a symbol is a matter of chance, and guessing it wrong costs more than
+    // filling before every second look-up: two never take more.
+    static_assert(2 * lookBits <= 24);
+    bits.fill(at);
     predictor = static_cast<std::int16_t>(predictor + differenceAt(bits, at, dc));
     coefs[0] = predictor;
-    // Whether bits run short behind a symbol is a matter of chance, and guessing it wrong costs more than
-    // filling before every second one: two complete ones never need more.
-    static_assert(2 * lookBits <= 24);
     unsigned last = 0;
     for (;;) {
         bits.fill(at);
-        if (!decodeCoefficient(bits, at, ac, coefs, last)) break;
+        if (decodePair(at, ac, coefs, last) && decodePair(at, ac, coefs, last)) continue;
         if (!decodeCoefficient(bits, at, ac, coefs, last)) break;
     }
     bits.setCursor(at);
@@ -61,50 +76,73 @@ unsigned decodeBlock(BitReader& bits, const DecodeTable& dc, const DecodeTable& 
 namespace {
 
 bool prepareTables(Decoder& d, unsigned c) {
-    return d.tables.prepareDc(d.headers, d.component(c)) && d.tables.prepareAc(d.headers, d.component(c));
+    const Component& component = d.component(c);
+    if (!d.tables.prepareDc(d.headers, component) || !d.tables.prepareAc(d.headers, component)) return false;
+    d.tables.preparePairs(component);
+    return true;
 }
 
 class InterleavedScan {
  public:
     explicit InterleavedScan(Decoder& decoder)
-        : d_(decoder), bits_(decoder.in), restart_(decoder.headers.restartInterval) {}
+        : layout_(decoder.layout),
+          output_(decoder.output),
+          bits_(decoder.in),
+          restart_(decoder.headers.restartInterval) {
+        for (unsigned c = 0; c < layout_.count; c++) {
+            const Component& component = decoder.component(c);
+            const unsigned h = layout_.components[c].h, v = layout_.components[c].v;
+            for (unsigned i = 0; i < h * v; i++)
+                blocks_[blocksPerMcu_++] = {
+                    &decoder.tables.dc(component), &decoder.tables.ac(component), c, h, i % h, i / h};
+        }
+    }
 
     void decodeRow(unsigned mcuRow) {
-        d_.output.beginRow(mcuRow);
+        output_.beginRow(mcuRow);
         unsigned mcu = 0;
         try {
-            for (; mcu < d_.layout.mcusPerRow; mcu++) decodeMcu(mcu);
+            for (; mcu < layout_.mcusPerRow; mcu++) decodeMcu(mcu);
         } catch (const Failure&) {
-            d_.output.endRow(mcu);
+            output_.endRow(mcu);
             throw;
         }
-        d_.output.endRow(mcu);
+        output_.endRow(mcu);
     }
 
  private:
     void decodeMcu(unsigned mcu) {
-        if (mcu % d_.layout.mcusPerRestartStep == 0 && restart_.due()) {
+        if (restart_.isOn() && mcu % layout_.mcusPerRestartStep == 0 && restart_.due()) {
             bits_.resynchronise();
             for (std::int16_t& predictor : predictors_) predictor = 0;
         }
-        for (unsigned c = 0; c < d_.layout.count; c++) {
-            const ComponentLayout& layout = d_.layout.components[c];
-            const DecodeTable& dc = d_.tables.dc(d_.component(c));
-            const DecodeTable& ac = d_.tables.ac(d_.component(c));
-            for (unsigned y = 0; y < layout.v; y++)
-                for (unsigned x = 0; x < layout.h; x++) {
-                    alignas(16) std::int16_t coefs[blockSize];
-                    clearBlock(coefs);
-                    const unsigned last = decodeBlock(bits_, dc, ac, predictors_[c], coefs);
-                    if (bits_.overrun()) fail(Detail::endOfData);
-                    d_.output.place(c, mcu * layout.h + x, y, coefs, last);
-                }
+        for (unsigned i = 0; i < blocksPerMcu_; i++) {
+            const BlockOfMcu& block = blocks_[i];
+            alignas(16) std::int16_t coefs[blockSize];
+            clearBlock(coefs);
+            const unsigned last =
+                decodeBlock(bits_, *block.dc, *block.ac, predictors_[block.component], coefs);
+            if (bits_.overrun()) fail(Detail::endOfData);
+            output_.place(block.component, mcu * block.across + block.x, block.y, coefs, last);
         }
     }
 
-    Decoder& d_;
+    // One list for all components: loops over their rows and columns would end where no processor foresees
+    // it.
+    struct BlockOfMcu {
+        const DecodeTable* dc;
+        const DecodeTable* ac;
+        unsigned component;
+        unsigned across;  // blocks of the component in an MCU
+        unsigned x, y;    // among them
+    };
+
+    const Layout& layout_;
+    Output& output_;
     BitReader bits_;
     RestartCounter restart_;
+    BlockOfMcu blocks_[maxBlocksPerMcu];
+    unsigned blocksPerMcu_ = 0;
     std::int16_t predictors_[maxComponents] = {};
 };
 

@@ -21,6 +21,9 @@ class ScanTables {
         return prepare(headers.ac, component.ta, tableSlots);
     }
 
+    // Once its AC table is ready, makes a component ready for blocks that come whole.
+    void preparePairs(const Component& component) { buildPairs(tables_[tableSlots + component.ta]); }
+
     const DecodeTable& dc(const Component& component) const { return tables_[component.td]; }
     const DecodeTable& ac(const Component& component) const { return tables_[tableSlots + component.ta]; }
 

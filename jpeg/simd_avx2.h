@@ -1,4 +1,5 @@
-// Vectors of 256 bits under the names of simd_sse2.h. Only for sources that are compiled for AVX2.
+// Vectors of 256 bits under the names of simd_sse2.h. Only for sources that are compiled for AVX2. The two
+// read alike as they must: a loop's template takes either, and every name stands for another instruction.
 #pragma once
 
 #include <immintrin.h>

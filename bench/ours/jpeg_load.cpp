@@ -32,7 +32,16 @@ const Rows rows(orn32, Code::simd,
                  {"jpeg/load/420/restarts", 0, [] { return load("420-restarts.jpg"); }},
                  {"jpeg/load/420/progressive", 0, [] { return load("420-progressive.jpg"); }},
                  {"jpeg/load/grey/progressive", 0, [] { return load("grey-progressive.jpg"); }},
-                 {"jpeg/load/420/eighth", 0, [] { return load("420.jpg", loadReduced, 8); }}});
+                 {"jpeg/load/420/eighth", 0, [] { return load("420.jpg", loadReduced, 8); }},
+                 {"jpeg/load/444/eighth", 0, [] { return load("444.jpg", loadReduced, 8); }},
+                 {"jpeg/load/420/progressive/eighth", 0,
+                  [] { return load("420-progressive.jpg", loadReduced, 8); }}});
+
+// What the reduction saves.
+const Rows whole("orn32, whole load", Code::simd,
+                 {{"jpeg/load/420/eighth", 1.67, [] { return load("420.jpg"); }},
+                  {"jpeg/load/444/eighth", 1.67, [] { return load("444.jpg"); }},
+                  {"jpeg/load/420/progressive/eighth", 0, [] { return load("420-progressive.jpg"); }}});
 
 }  // namespace
 }  // namespace bench

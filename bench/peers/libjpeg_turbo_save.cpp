@@ -81,7 +81,11 @@ std::string version() {
            std::to_string(LIBJPEG_TURBO_VERSION_NUMBER % 1000);
 }
 
-const Rows rows(version(), Code::simd,
+#ifndef BENCH_LIBJPEG_CODE
+#define BENCH_LIBJPEG_CODE Code::simd
+#endif
+
+const Rows rows(version(), BENCH_LIBJPEG_CODE,
                 {{"jpeg/save/420", 1, [] { return save(colour(), Coding::standard); }},
                  {"jpeg/save/grey", 1, [] { return save(grey(), Coding::standard); }},
                  {"jpeg/save/420/optimised", 1, [] { return save(colour(), Coding::optimised); }},

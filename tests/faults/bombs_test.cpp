@@ -123,6 +123,7 @@ TEST(Bombs, CostNoMoreThanTheirBounds) {
         {"GIF, a million frames, counted", manyFrames(), 8, 32, frames, 3, 1},
         {"GIF, a million frames, the last", manyFrames(), 8, 32, lastFrame, 3, 1},
         {"GIF, two million sub-blocks", endlessChain(), 8, 32, gif, 3, 1},
+        {"JPEG, 65535 x 65535, progressive", jpegStart(0xC2, 65535, 65535) + scan(0, 0, 10), 8, 2000, jpeg, 0.5, 1},
         {"JPEG, 32767 x 32767, no data", jpegStart(0xC0, 32767, 32767) + scan(0, 63, 0) + Bytes(64), 8, 32, jpeg, 1, 8},
         {"JPEG, the same, progressive", jpegStart(0xC2, 32767, 32767) + scan(0, 0, 0) + Bytes(64), 8, 32, jpeg, 1, 8},
         {"JPEG, the same, reduced", jpegStart(0xC0, 32767, 32767) + scan(0, 63, 0) + Bytes(64), 8, 32, thumbnail, 1, 8},

@@ -161,6 +161,28 @@ TEST_F(Faults, AnAppendThatFailsLeavesTheFileAsItWas) {
     }
 }
 
+// The first read looks at what the file is, later ones decode it.
+TEST_F(Faults, AFailingReadOfAJpegLeavesItsDetail) {
+    constexpr int readFailure = -104;
+    const std::string name = folder() + "\\a.jpg";
+    imgdes image;
+    ASSERT_EQ(allocimage(&image, 61, 47, 24), 0);
+    for (const bool forGood : {false, true})
+        for (int n = 1;; n++) {
+            start({Kind::read, n, forGood, false});
+            const int code = loadjpg(name.c_str(), &image);
+            const bool struck = hasStruck();
+            stop();
+            if (!struck) {
+                EXPECT_GT(n, 2);
+                break;
+            }
+            EXPECT_EQ(code, n == 1 ? ERR_BAD_JPEG : ERR_TRUNCATED) << "read " << n;
+            EXPECT_EQ(jpeggeterror(), readFailure) << "read " << n;
+        }
+    freeimage(&image);
+}
+
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     hook(GetModuleHandleA("orn32.dll"));

@@ -66,17 +66,6 @@ TEST(OptimalTable, CodesOfMoreThanSixteenAndThirtyTwoBitsAreShortened) {
     }
 }
 
-TEST(OptimalTable, ASingleSymbolHasACodeOfOneBit) {
-    for (const unsigned symbol : {0u, 17u, 255u}) {
-        std::vector<unsigned> counts(256);
-        counts[symbol] = 12345;
-        const HuffmanDefinition table = optimalTable(countsOf(counts));
-        EXPECT_EQ(table.total(), 1);
-        EXPECT_EQ(table.counts[0], 1);
-        EXPECT_EQ(table.values[0], symbol);
-    }
-}
-
 // A few lines of T.81 tables K.3 to K.6.
 TEST(HuffmanCodes, StandardTablesHaveThePublishedCodes) {
     struct {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "jpeg/idct.h"
+#include "jpeg/idct_sample.h"
 #include "tests/jpeg/stream_builder.h"
 
 using namespace test;

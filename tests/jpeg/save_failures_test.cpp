@@ -46,16 +46,6 @@ TEST(SaveJpegFailures, AnOutputThatCannotBeCreated) {
     EXPECT_EQ(savejpgtobuffer(nullptr, image, 50), ERR_CREATE);
 }
 
-TEST(SaveJpegFailures, SwappedEdgesArePutRight) {
-    TestImage image(30, 20, 24);
-    fillWithNoise(image);
-    setimagearea(image, 3, 4, 25, 17);
-    const Bytes want = Saved(image, 50, 0).bytes();
-    setimagearea(image, 25, 17, 3, 4);
-    EXPECT_EQ(Saved(image, 50, 0).bytes(), want);
-    EXPECT_EQ(image->left, 3u);
-}
-
 // Noise fills the output buffer several times, so that chunks of the buffer stream fail in the middle too.
 TEST(SaveJpegFailures, EveryFailedAllocationIsAMemoryError) {
     for (const unsigned bits : {24u, 8u}) {
@@ -75,21 +65,6 @@ TEST(SaveJpegFailures, EveryFailedAllocationIsAMemoryError) {
             EXPECT_GE(steps, 5);
             freeGuarded(buffer);
         }
-    }
-}
-
-TEST(SaveJpegFailures, EveryFailedAllocationLeavesNoFile) {
-    TestImage image(100, 100, 24);
-    fillWithNoise(image);
-    const TempFile file(".jpg");
-    for (const UINT options : allOptions) {
-        failEveryAllocation([&] { return savejpgex(file.name(), image, 90, options); },
-                            [&](int n, int code, const MemoryWatch& watch) {
-                                EXPECT_EQ(code, ERR_MEMORY) << "options " << options << ", allocation " << n;
-                                EXPECT_FALSE(file.exists()) << "options " << options << ", allocation " << n;
-                                EXPECT_EQ(watch.live(), 0) << "options " << options << ", allocation " << n;
-                            });
-        EXPECT_TRUE(file.exists());
     }
 }
 

@@ -1,12 +1,14 @@
 // One sample of the inverse transform, for reduced pictures that show only a few of a block's: its row of all
 // eight columns, then its place in that row.
+#pragma once
+
 #include <emmintrin.h>
 
 #include "jpeg/dct.h"
 #include "jpeg/idct.h"
 
 namespace orn32::jpeg {
-namespace {
+namespace sample {
 
 using namespace dct;
 
@@ -38,7 +40,7 @@ constexpr Matrix makeMatrix() {
     return m;
 }
 
-constexpr Matrix matrix = makeMatrix();
+inline constexpr Matrix matrix = makeMatrix();
 
 constexpr int firstPassBits = factorBits - passBits, secondPassBits = factorBits + passBits + 3;
 constexpr unsigned lastOf4x4 = 9;  // in zigzag order, all up to here lie in the upper left 4 x 4
@@ -48,7 +50,8 @@ inline __m128i aligned(const void* p, unsigned i) {
 }
 
 // A row of the first pass, cut to 16 bits where need be.
-__m128i firstPassRow(const std::int16_t* coefs, const std::uint16_t* quant, unsigned y, unsigned inputs) {
+inline __m128i firstPassRow(const std::int16_t* coefs, const std::uint16_t* quant, unsigned y,
+                            unsigned inputs) {
     const __m128i factors = aligned(matrix.rows, y);
     __m128i left = _mm_set1_epi32(1 << (firstPassBits - 1)), right = left;
     const auto add = [&](unsigned i, __m128i factorPair) {
@@ -66,19 +69,19 @@ __m128i firstPassRow(const std::int16_t* coefs, const std::uint16_t* quant, unsi
     return _mm_packs_epi32(_mm_srai_epi32(left, firstPassBits), _mm_srai_epi32(right, firstPassBits));
 }
 
-bool mayBeCut(__m128i values) {
+inline bool mayBeCut(__m128i values) {
     const __m128i cut = _mm_or_si128(_mm_cmpeq_epi16(values, _mm_set1_epi16(0x7FFF)),
                                      _mm_cmpeq_epi16(values, _mm_set1_epi16(-0x8000)));
     return _mm_movemask_epi8(cut) != 0;
 }
 
-std::uint8_t toSample(int x) {
+inline std::uint8_t toSample(int x) {
     x = ((x + 512) & 1023) - 512 + 128;
     return static_cast<std::uint8_t>(x < 0 ? 0 : x > 255 ? 255 : x);
 }
 
 // Result x of the second pass.
-std::uint8_t sampleOf(__m128i row, unsigned x) {
+inline std::uint8_t sampleOf(__m128i row, unsigned x) {
     __m128i sum = _mm_madd_epi16(row, aligned(matrix.rows, x));
     sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0x4E));
     sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0xB1));
@@ -86,17 +89,20 @@ std::uint8_t sampleOf(__m128i row, unsigned x) {
 }
 
 // What does not fit the first pass' 16 bits goes the long way.
-[[gnu::noinline]] void samplesOfLarge(const std::int16_t* coefs, const std::uint16_t* quant, unsigned y,
-                                      const std::uint16_t* columns, unsigned count, std::uint8_t* row) {
+[[gnu::noinline]] inline void samplesOfLarge(const std::int16_t* coefs, const std::uint16_t* quant,
+                                             unsigned y, const std::uint16_t* columns, unsigned count,
+                                             std::uint8_t* row) {
     std::uint8_t samples[blockSize];
     inverseDct(coefs, quant, blockSize - 1, samples, 8);
     for (unsigned i = 0; i < count; i++) row[columns[i]] = samples[8 * y + columns[i] % 8];
 }
 
-}  // namespace
+}  // namespace sample
 
-void inverseDctSamples(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last, unsigned y,
-                       const std::uint16_t* columns, unsigned count, std::uint8_t* row) {
+// A few samples of row y alone, otherwise like inverseDct: those at columns[i] % 8 go to row[columns[i]].
+inline void inverseDctSamples(const std::int16_t* coefs, const std::uint16_t* quant, unsigned last,
+                              unsigned y, const std::uint16_t* columns, unsigned count, std::uint8_t* row) {
+    using namespace sample;
     if (last == 0) {
         const std::uint8_t sample = toSample((static_cast<std::int16_t>(coefs[0] * quant[0]) + 4) >> 3);
         for (unsigned i = 0; i < count; i++) row[columns[i]] = sample;
