@@ -51,6 +51,7 @@ consuming=(
     clang=clang
     lld=lld-link
     fpc=fpc
+    fpc-source=/usr/share/fpcsrc # for its compiler for Windows, which Debian does not build
     mono-mcs=mcs
 )
 benchmarking=(
