@@ -20,9 +20,9 @@ BOOL WINAPI write(HANDLE handle, const void* source, DWORD count, DWORD* bytesWr
 DWORD WINAPI seekOutput(HANDLE handle, LONG distance, LONG* high, DWORD method);
 BOOL WINAPI closeOutput(HANDLE handle);
 
-// Makes the finished block at once, for a writer that knows its size: what is written goes straight into it, and
-// nothing can be written beyond it. Does nothing where the caller's own functions see every chunk. Returns false
-// when the memory cannot be had.
+// Makes the finished block at once, for a writer that knows its size: what is written goes straight into it,
+// and nothing can be written beyond it. Does nothing where the caller's own functions see every chunk.
+// Returns false when the memory cannot be had.
 bool reserveOutput(HANDLE handle, DWORD size);
 
 // Replays the chunks, in the order written, into a new block that the caller of the library owns.

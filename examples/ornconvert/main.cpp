@@ -24,7 +24,8 @@ std::wstring versionText() {
     const WORD version = Orrinversionex(words);
     std::wstring build;
     for (int shift = 12; shift >= 0; shift -= 4) build += toText(words[1] >> shift & 15);
-    return text(L"ornconvert " TEXT(ORN32_VERSION) L" with orn32 ", version >> 8, L".", version & 0xFF, L" build ", build);
+    return text(L"ornconvert " TEXT(ORN32_VERSION) L" with orn32 ", version >> 8, L".", version & 0xFF,
+                L" build ", build);
 }
 
 bool run(Job& job) {
