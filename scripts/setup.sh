@@ -113,10 +113,15 @@ create_wine_prefix() {
 # --- the build ---------------------------------------------------------------------------------------------------
 
 # build_release TARGET...: the targets named; `all` is everything.
-build_release() {
+build_release() { build_preset release "$@"; }
+
+# build_preset PRESET TARGET...: into build/PRESET.
+build_preset() {
+    local preset=$1
+    shift
     cd "$root" || return
     : >"$logs/build.log"
     say "Building ..."
-    run_logged build.log cmake --preset release || fail_with_log build.log "CMake could not configure the build."
-    run_logged build.log cmake --build --preset release --target "$@" || fail_with_log build.log "The build failed."
+    run_logged build.log cmake --preset "$preset" || fail_with_log build.log "CMake could not configure the build."
+    run_logged build.log cmake --build --preset "$preset" --target "$@" || fail_with_log build.log "The build failed."
 }
