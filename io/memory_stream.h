@@ -2,6 +2,8 @@
 // Handles are the slot numbers 1 to 16 of two tables, one for inputs and one for outputs.
 #pragma once
 
+#include <cstdint>
+
 #include "core/platform.h"
 
 namespace orn32::memory_stream {
@@ -12,6 +14,9 @@ constexpr int slotCount = 16;
 HANDLE openInput(const void* buffer, DWORD access);
 BOOL WINAPI read(HANDLE handle, void* destination, DWORD count, DWORD* bytesRead, OVERLAPPED*);
 DWORD WINAPI seekInput(HANDLE handle, LONG distance, LONG* high, DWORD method);
+
+// A read without the copy: the address of the bytes; count becomes how many there are.
+const std::uint8_t* readInPlace(HANDLE handle, std::uint32_t& count);
 BOOL WINAPI closeInput(HANDLE handle);
 
 // An output keeps every write as a chunk of its own until it is finished.

@@ -54,6 +54,10 @@ std::uint32_t InputStream::read(void* destination, std::uint32_t count) {
     return ok ? n : 0;
 }
 
+const std::uint8_t* InputStream::readInPlace(std::uint32_t& count) {
+    return memory_stream::readInPlace(handle_, count);
+}
+
 // The high part makes the position unsigned for files too: one beyond the end is reached, and reads nothing.
 std::uint32_t InputStream::seek(std::uint32_t position) {
     const LONG distance = static_cast<LONG>(position);

@@ -380,9 +380,10 @@ TEST(BmpPalette, HoldsAtMost256Entries) {
 
 TEST(BmpLoad, AFailedAllocationLeaksNothingAndReleasesTheLock) {
     BmpBuilder file{.bits = 8, .colours = 4, .palette = grey4, .gap = 100, .pixels = Bytes(12, 2)};
-    const GuardedBytes source(file.build());
+    const TempFile source(".bmp");
+    writeFile(source.name(), file.build());
     TestImage image(4, 3, 8);
-    const int steps = failEveryAllocation([&] { return loadbmpfrombuffer(source.data(), image); },
+    const int steps = failEveryAllocation([&] { return loadbmp(source.name(), image); },
                                           [&](int n, int code, const MemoryWatch& watch) {
                                               EXPECT_EQ(watch.live(), 0);
                                               // Pixels without a palette are still a picture.

@@ -87,6 +87,21 @@ TEST(MemoryStream, PositionsOutsideTheBufferReadNothing) {
     EXPECT_EQ(static_cast<std::uint8_t>(byte), source.data()[7]);
 }
 
+// A damaged file can name any distance, also one that ends in the guard page of some thread's stack.
+TEST(MemoryStream, AGuardPageIsNotTouched) {
+    const GuardedBytes source(4096);
+    ASSERT_TRUE(VirtualAlloc(source.data() + 4096, 4096, MEM_COMMIT, PAGE_READWRITE | PAGE_GUARD));
+    InputStream in(fromBuffer(source.data()));
+    char bytes[9];
+    in.seek(4090);
+    EXPECT_EQ(in.read(bytes, 9), 6u);
+    in.seek(5000);
+    EXPECT_EQ(in.read(bytes, 9), 0u);
+    MEMORY_BASIC_INFORMATION region;
+    VirtualQuery(source.data() + 4096, &region, sizeof region);
+    EXPECT_EQ(region.Protect, DWORD{PAGE_READWRITE | PAGE_GUARD});
+}
+
 TEST(MemoryStream, TheEndOfAnInputIsTheSizeOfItsGlobalBlock) {
     void* block = GlobalLock(GlobalAlloc(GMEM_MOVEABLE, 1000));
     const HANDLE in = memory_stream::openInput(block, GENERIC_READ);
