@@ -96,8 +96,8 @@ void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection) {
 }
 BOOL VirtualLock(void*, UINT) { return TRUE; }
 BOOL VirtualUnlock(void*, UINT) { return TRUE; }
-// Tells of a page at a time, and of pages of VirtualAlloc only: elsewhere a sanitizer may keep its own, or guard parts of
-// a page, and sources in memory are read as far as a damaged file says.
+// Tells of a page at a time, and of pages of VirtualAlloc only: elsewhere a sanitizer may keep its own, or guard parts
+// of a page, and sources in memory are read as far as a damaged file says.
 UINT VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* info, UINT size) {
     char* at = static_cast<char*>(const_cast<void*>(address));
     const std::lock_guard lock(mapsMutex);
