@@ -1,6 +1,7 @@
 #include "io/stream.h"
 
 #include "io/memory_stream.h"
+#include "io/open_file.h"
 #include "io/readable.h"
 #include "orn32.h"
 
@@ -8,14 +9,6 @@ namespace orn32 {
 namespace {
 
 constexpr std::uint32_t probedBytes = 100;
-
-HANDLE openFile(const WCHAR* wideName, const char* narrowName, DWORD access, DWORD share, DWORD disposition) {
-    if (wideName)
-        return CreateFileW(wideName, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (narrowName)
-        return CreateFileA(narrowName, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    return INVALID_HANDLE_VALUE;
-}
 
 HANDLE openSource(const Source& source) {
     if (source.buffer) return memory_stream::openInput(source.buffer, GENERIC_READ);

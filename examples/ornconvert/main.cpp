@@ -8,9 +8,10 @@
 #include "options.h"
 #include "orn32.h"
 
-// Windows leaves it to the program to expand names like *.bmp; this tells the runtime to.
+// Windows leaves it to the program to expand names like *.bmp. The runtime must not: it would do so in the
+// values of options as well.
 extern "C" {
-int _dowildcard = -1;
+int _dowildcard = 0;
 }
 
 namespace ornconvert {
