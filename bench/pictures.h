@@ -20,7 +20,7 @@ struct Picture {
 const Picture& photograph();  // 24-bit: a lake before mountains, with a photograph's statistics and grain
 const Picture& graphic();     // 8-bit: windows with text, charts, ramps and icons on a plain desktop
 
-const Picture& photograph256();  // 8-bit: the photograph reduced to 256 colours by median cut, not dithered
+const Picture& photograph256();   // 8-bit: the photograph reduced to 256 colours by median cut, not dithered
 const Picture& greyPhotograph();  // 8-bit: its grey levels, with a grey palette
 
 // The picture of a 24-bit BMP file without compression.

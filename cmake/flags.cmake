@@ -14,3 +14,5 @@ target_compile_definitions(orn32_flags INTERFACE UNICODE _UNICODE WIN32_LEAN_AND
                            _WIN32_WINNT=0x0501)
 # Without the time of linking, the same sources give the same bytes.
 target_link_options(orn32_flags INTERFACE -static -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
+# The maps tell which libraries' code is inside, whose licences the package has to name.
+target_link_options(orn32_flags INTERFACE -Wl,-Map=${CMAKE_BINARY_DIR}/$<TARGET_PROPERTY:NAME>.map)

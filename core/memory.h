@@ -32,8 +32,8 @@ void freeBlock(void* block) noexcept;
 // Whether such blocks come from the caller's own functions, who then sees every one of them.
 bool callerAllocatesBlocks() noexcept;
 
-// A cleared block of moveable global memory, locked, whatever functions the caller has installed; null when it
-// cannot be had.
+// A cleared block of moveable global memory, locked, whatever functions the caller has installed; null when
+// it cannot be had.
 void* allocateGlobal(std::uint64_t size) noexcept;
 void freeGlobal(void* block) noexcept;
 

@@ -1,40 +1,8 @@
 /* The calls of operations.md, run: operations FOLDER
  * Loads original.png from the working folder and makes every picture of the page in FOLDER. */
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
-#include "orn32.h"
-
-static const char* folder;
-
-static void check(int code, const char* call) {
-    if (code == 0) return;
-    fprintf(stderr, "operations: %s returns %d\n", call, code);
-    exit(1);
-}
-#define CHECK(...) check((__VA_ARGS__), #__VA_ARGS__)
-
-static imgdes blank(const imgdes* like, UINT bits) {
-    imgdes image;
-    CHECK(allocimage(&image, like->right + 1, like->bottom + 1, bits));
-    return image;
-}
-
-static void save(const char* name, imgdes* image) {
-    char path[MAX_PATH];
-    if (snprintf(path, sizeof path, "%s/%s.png", folder, name) >= (int)sizeof path) check(ERR_CREATE, name);
-    check(savepng(path, image, 0), path);
-}
-
-/* Runs the call, which fills the image out, and saves that. */
-#define MAKE(name, bits, ...)             \
-    do {                                  \
-        imgdes out = blank(&photo, bits); \
-        CHECK(__VA_ARGS__);               \
-        save(name, &out);                 \
-        freeimage(&out);                  \
-    } while (0)
+#include "pictures.h"
 
 /* Three mountains of red, green and blue that mix where they overlap; two levels make a bar. */
 static void draw_histogram(const imgdes* image, const long* red, const long* green, const long* blue) {
@@ -112,13 +80,10 @@ static void overlays_and_hues(imgdes photo) {
 }
 
 int main(int argc, char** argv) {
-    PngInfo info;
     imgdes photo;
     if (argc != 2) return 2;
     folder = argv[1];
-    CHECK(pnginfo("original.png", &info));
-    CHECK(allocimage(&photo, info.width, info.height, info.dibbits));
-    CHECK(loadpng("original.png", &photo));
+    photo = load_original();
     fewer_colours(photo);
     grey_and_mono(photo);
     filters(photo);

@@ -37,6 +37,9 @@ checking=(
     googletest=/usr/src/googletest/CMakeLists.txt
     'g++-multilib=/usr/lib/gcc/x86_64-linux-gnu/*/32/libgcc.a'
 )
+compiling_twice=(
+    clang=clang++
+)
 fuzzing=(
     clang=clang++
     'libclang-rt-14-dev=/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-i386.a'
@@ -51,7 +54,11 @@ consuming=(
     clang=clang
     lld=lld-link
     fpc=fpc
+    fpc-source=/usr/share/fpcsrc # for its compiler for Windows, which Debian does not build
     mono-mcs=mcs
+)
+formatting=(
+    clang-format-14=clang-format-14
 )
 benchmarking=(
     'g++-multilib=/usr/lib/gcc/x86_64-linux-gnu/*/32/libgcc.a'

@@ -135,16 +135,20 @@ create_wine_prefix() {
 # --- the build ---------------------------------------------------------------------------------------------------
 
 # build_release TARGET...: the targets named; `all` is everything.
-build_release() {
-    local built_for
+build_release() { build_preset release "$@"; }
+
+# build_preset PRESET TARGET...: into build/PRESET.
+build_preset() {
+    local preset=$1 folder=$build/$1 built_for
+    shift
     cd "$root" || return
     : >"$logs/build.log"
     say "Building ..."
     # CMake refuses a build folder that has moved with its checkout.
-    built_for=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$release/CMakeCache.txt" 2>/dev/null) || true
-    [[ -z $built_for || $built_for -ef $root ]] || rm -rf "$release"
-    run_logged build.log cmake --preset release || fail_with_log build.log "CMake could not configure the build."
-    run_logged build.log cmake --build --preset release --target "$@" || fail_with_log build.log "The build failed."
+    built_for=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$folder/CMakeCache.txt" 2>/dev/null) || true
+    [[ -z $built_for || $built_for -ef $root ]] || rm -rf "$folder"
+    run_logged build.log cmake --preset "$preset" || fail_with_log build.log "CMake could not configure the build."
+    run_logged build.log cmake --build --preset "$preset" --target "$@" || fail_with_log build.log "The build failed."
 }
 
 # program_is_ready NAME: whether it is built, newer than all that it is made of, and Wine is there to run it. No build

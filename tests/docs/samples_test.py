@@ -52,7 +52,14 @@ def check_pascal(code):
     return run("fpc", "-Sew", "-Cn", "sample.pas")
 
 
-CHECKS = {"c": check_c, "python": check_python, "pascal": check_pascal}
+def check_csharp(code):
+    if not shutil.which("mcs"):
+        return ""
+    (folder / "sample.cs").write_text(code)
+    return run("mcs", "-warnaserror", "-platform:x86", "-target:exe", "Orn32.cs", "sample.cs")
+
+
+CHECKS = {"c": check_c, "python": check_python, "pascal": check_pascal, "csharp": check_csharp}
 
 
 def main():

@@ -1,5 +1,5 @@
-// Small files that ask for much: what the finished DLL spends on each, and that it stays within bounds. The table that
-// this prints is in docs/reliability.md.
+// Small files that ask for much: what the finished DLL spends on each, and that it stays within bounds. The
+// table that this prints is in docs/reliability.md.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -38,7 +38,8 @@ Bytes jpegStart(int frame, unsigned width, unsigned height) {
 }
 
 Bytes scan(unsigned first, unsigned last, std::size_t bytes) {
-    return jpegSegment(0xDA, {1, 1, 0, static_cast<std::uint8_t>(first), static_cast<std::uint8_t>(last), 0}) +
+    return jpegSegment(0xDA,
+                       {1, 1, 0, static_cast<std::uint8_t>(first), static_cast<std::uint8_t>(last), 0}) +
            Bytes(bytes);
 }
 
@@ -51,7 +52,8 @@ Bytes thousandScans() {
 }
 
 Bytes pngBomb() {
-    Bytes file = pngFile({headerChunk(59, 1000000, 8, 0), {"IDAT", compressed(Bytes(60000000), 9)}, {"IEND", {}}});
+    Bytes file =
+        pngFile({headerChunk(59, 1000000, 8, 0), {"IDAT", compressed(Bytes(60000000), 9)}, {"IEND", {}}});
     return file;
 }
 

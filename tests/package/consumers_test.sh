@@ -64,6 +64,8 @@ expect "the converter tells the version" contains version.txt "ornconvert $versi
 # shellcheck disable=SC2016 # expanded by the inner shell
 expect "no folder of this machine is told" bash -c '! grep -raF -- "$1" "$2"' - "$root" "$package"
 
+expect "the README's first program works" "$root/tests/docs/readme_test.sh" "$package" "$package/lib" "$package/bin" wine
+
 program gcc "$gcc" "${warnings[@]}" -O2 plain.c "${folders[@]}" -lorn32 -o gcc.exe
 program c89 "$gcc" "${warnings[@]}" -std=c89 -pedantic plain.c "${folders[@]}" -lorn32 -o c89.exe
 program loader "$gcc" "${warnings[@]}" -I "$package/include" -I . loader.c -o loader.exe

@@ -96,8 +96,8 @@ void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection) {
 }
 BOOL VirtualLock(void*, UINT) { return TRUE; }
 BOOL VirtualUnlock(void*, UINT) { return TRUE; }
-// Tells of a page at a time, and of pages of VirtualAlloc only: elsewhere a sanitizer may keep its own, or guard parts of
-// a page, and sources in memory are read as far as a damaged file says.
+// Tells of a page at a time, and of pages of VirtualAlloc only: elsewhere a sanitizer may keep its own, or guard parts
+// of a page, and sources in memory are read as far as a damaged file says.
 UINT VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* info, UINT size) {
     char* at = static_cast<char*>(const_cast<void*>(address));
     const std::lock_guard lock(mapsMutex);
@@ -154,7 +154,10 @@ BOOL WriteFile(HANDLE file, const void* source, DWORD count, DWORD* bytesWritten
 }
 DWORD SetFilePointer(HANDLE file, LONG distance, LONG* high, DWORD method) {
     const long long by = high ? static_cast<long long>(*high) << 32 | static_cast<DWORD>(distance) : distance;
-    const off64_t at = lseek64(descriptor(file), by, method == FILE_BEGIN ? SEEK_SET : method == FILE_CURRENT ? SEEK_CUR : SEEK_END);
+    const off64_t at = lseek64(descriptor(file), by,
+                               method == FILE_BEGIN     ? SEEK_SET
+                               : method == FILE_CURRENT ? SEEK_CUR
+                                                        : SEEK_END);
     return at < 0 ? INVALID_SET_FILE_POINTER : static_cast<DWORD>(at);
 }
 BOOL SetEndOfFile(HANDLE file) { return ftruncate64(descriptor(file), lseek64(descriptor(file), 0, SEEK_CUR)) == 0; }
@@ -167,7 +170,9 @@ DWORD GetFileSize(HANDLE file, DWORD* high) {
 BOOL CloseHandle(HANDLE file) { return close(descriptor(file)) == 0; }
 BOOL DeleteFileA(const char* name) { return name && unlink(name) == 0; }
 BOOL DeleteFileW(const WCHAR* name) { return name && DeleteFileA(narrow(name).c_str()); }
-DWORD GetFileAttributesA(const char* name) { return access(name, F_OK) == 0 ? FILE_ATTRIBUTE_NORMAL : INVALID_FILE_ATTRIBUTES; }
+DWORD GetFileAttributesA(const char* name) {
+    return access(name, F_OK) == 0 ? FILE_ATTRIBUTE_NORMAL : INVALID_FILE_ATTRIBUTES;
+}
 
 DWORD GetTempPathA(DWORD size, char* folder) {
     const char* set = std::getenv("TMPDIR");
@@ -204,8 +209,12 @@ void InitializeCriticalSection(CRITICAL_SECTION* section) {
     section->mutex = mutex;
 }
 void DeleteCriticalSection(CRITICAL_SECTION* section) { delete static_cast<pthread_mutex_t*>(section->mutex); }
-void EnterCriticalSection(CRITICAL_SECTION* section) { pthread_mutex_lock(static_cast<pthread_mutex_t*>(section->mutex)); }
-void LeaveCriticalSection(CRITICAL_SECTION* section) { pthread_mutex_unlock(static_cast<pthread_mutex_t*>(section->mutex)); }
+void EnterCriticalSection(CRITICAL_SECTION* section) {
+    pthread_mutex_lock(static_cast<pthread_mutex_t*>(section->mutex));
+}
+void LeaveCriticalSection(CRITICAL_SECTION* section) {
+    pthread_mutex_unlock(static_cast<pthread_mutex_t*>(section->mutex));
+}
 void* InterlockedCompareExchangePointer(void** target, void* exchange, void* comparand) {
     return __sync_val_compare_and_swap(target, comparand, exchange);
 }
@@ -264,11 +273,11 @@ int objects;
 
 // The 20 static colours; entries 8 to 11 belong to the desktop.
 Palette& stockPalette() {
-    static Palette palette = {20, {{0, 0, 0, 0},       {128, 0, 0, 0},     {0, 128, 0, 0},     {128, 128, 0, 0},
-                                   {0, 0, 128, 0},     {128, 0, 128, 0},   {0, 128, 128, 0},   {192, 192, 192, 0},
-                                   {192, 220, 192, 0}, {166, 202, 240, 0}, {255, 251, 240, 0}, {160, 160, 164, 0},
-                                   {128, 128, 128, 0}, {255, 0, 0, 0},     {0, 255, 0, 0},     {255, 255, 0, 0},
-                                   {0, 0, 255, 0},     {255, 0, 255, 0},   {0, 255, 255, 0},   {255, 255, 255, 0}}};
+    static Palette palette = {
+        20, {{0, 0, 0, 0},       {128, 0, 0, 0},     {0, 128, 0, 0},     {128, 128, 0, 0},   {0, 0, 128, 0},
+             {128, 0, 128, 0},   {0, 128, 128, 0},   {192, 192, 192, 0}, {192, 220, 192, 0}, {166, 202, 240, 0},
+             {255, 251, 240, 0}, {160, 160, 164, 0}, {128, 128, 128, 0}, {255, 0, 0, 0},     {0, 255, 0, 0},
+             {255, 255, 0, 0},   {0, 0, 255, 0},     {255, 0, 255, 0},   {0, 255, 255, 0},   {255, 255, 255, 0}}};
     return palette;
 }
 
@@ -284,7 +293,9 @@ BOOL DeleteDC(HDC dc) {
     delete contextOf(dc);
     return TRUE;
 }
-HGDIOBJ SelectObject(HDC dc, HGDIOBJ object) { return std::exchange(contextOf(dc)->selected, static_cast<Bitmap*>(object)); }
+HGDIOBJ SelectObject(HDC dc, HGDIOBJ object) {
+    return std::exchange(contextOf(dc)->selected, static_cast<Bitmap*>(object));
+}
 BOOL DeleteObject(HGDIOBJ object) {
     auto* bitmap = static_cast<Bitmap*>(object);
     std::free(bitmap->bits);

@@ -145,8 +145,7 @@ UINT VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* info, UINT size
 #define FILE_BEGIN 0
 #define FILE_CURRENT 1
 #define FILE_END 2
-HANDLE CreateFileA(const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD,
-                   HANDLE);
+HANDLE CreateFileA(const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD, HANDLE);
 HANDLE CreateFileW(const WCHAR* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD,
                    HANDLE);
 BOOL ReadFile(HANDLE file, void* destination, DWORD count, DWORD* bytesRead, OVERLAPPED*);

@@ -1,4 +1,5 @@
-// Saves every frame of a GIF as the viewer shows it: viewer_frames IN.gif FOLDER. For judges that are not ours.
+// Saves every frame of a GIF as the viewer shows it: viewer_frames IN.gif FOLDER. For judges that are not
+// ours.
 #include <cstdio>
 
 #include "ornconvert/messages.h"
