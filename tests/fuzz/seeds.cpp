@@ -1,9 +1,5 @@
-// seeds FOLDER: writes small sound files of every kind to FOLDER/bmp, gif, png, jpeg, gifcodec and save, for
-// the fuzzers to start from.
-#include <filesystem>
-#include <string>
+#include "tests/fuzz/seeds.h"
 
-#include "core/library.h"
 #include "orn32.h"
 #include "tests/gif/gif_builder.h"
 #include "tests/jpeg/stream_builder.h"
@@ -13,14 +9,13 @@
 
 using namespace test;
 
+namespace fuzz {
 namespace {
 
-std::string folder;
+Seeds seeds;
 
 void keep(const char* target, const Bytes& file) {
-    static int count = 0;
-    std::filesystem::create_directories(folder + "/" + target);
-    writeFile(folder + "/" + target + "/seed-" + std::to_string(++count), file);
+    seeds[target].push_back(file);
 }
 
 void keepBuffer(const char* target, int code, void* buffer) {
@@ -110,7 +105,7 @@ void codecData(Random& random) {
     for (const unsigned bits : {2u, 4u, 8u}) {
         Bytes pixels = random.bytes(500), coded(2 * 500 + 300);
         for (auto& pixel : pixels)
-            pixel &= static_cast<std::uint8_t>((1u << bits) - 1 & (pixel & 1 ? 1 : 255));
+            pixel &= static_cast<std::uint8_t>(((1u << bits) - 1) & (pixel & 1 ? 1 : 255));
         GifCodeParams params{};
         params.codesize = bits;
         coded.resize(GifEncode(&params, pixels.data(), 500, coded.data(), static_cast<UINT>(coded.size())));
@@ -126,15 +121,15 @@ void codecData(Random& random) {
 
 }  // namespace
 
-int main(int count, char** arguments) {
-    if (count != 2) return 1;
-    folder = arguments[1];
-    orn32::attachProcess(nullptr);
+Seeds makeSeeds() {
+    seeds.clear();
     Random random(2026);
     savedFiles(random);
     bitmaps(random);
     pngs(random);
     jpegs(random);
     codecData(random);
-    return 0;
+    return std::move(seeds);
 }
+
+}  // namespace fuzz
