@@ -1,5 +1,5 @@
-// Small files that ask for much: what the finished DLL spends on each, and that it stays within bounds. The table that
-// this prints is in docs/reliability.md.
+// Small files that ask for much: what the finished DLL spends on each, and that it stays within bounds. The
+// table that this prints is in docs/reliability.md.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -38,7 +38,8 @@ Bytes jpegStart(int frame, unsigned width, unsigned height) {
 }
 
 Bytes scan(unsigned first, unsigned last, std::size_t bytes) {
-    return jpegSegment(0xDA, {1, 1, 0, static_cast<std::uint8_t>(first), static_cast<std::uint8_t>(last), 0}) +
+    return jpegSegment(0xDA,
+                       {1, 1, 0, static_cast<std::uint8_t>(first), static_cast<std::uint8_t>(last), 0}) +
            Bytes(bytes);
 }
 
@@ -51,7 +52,8 @@ Bytes thousandScans() {
 }
 
 Bytes pngBomb() {
-    Bytes file = pngFile({headerChunk(59, 1000000, 8, 0), {"IDAT", compressed(Bytes(60000000), 9)}, {"IEND", {}}});
+    Bytes file =
+        pngFile({headerChunk(59, 1000000, 8, 0), {"IDAT", compressed(Bytes(60000000), 9)}, {"IEND", {}}});
     return file;
 }
 
@@ -123,9 +125,12 @@ TEST(Bombs, CostNoMoreThanTheirBounds) {
         {"GIF, a million frames, counted", manyFrames(), 8, 32, frames, 3, 1},
         {"GIF, a million frames, the last", manyFrames(), 8, 32, lastFrame, 3, 1},
         {"GIF, two million sub-blocks", endlessChain(), 8, 32, gif, 3, 1},
-        {"JPEG, 32767 x 32767, no data", jpegStart(0xC0, 32767, 32767) + scan(0, 63, 0) + Bytes(64), 8, 32, jpeg, 1, 8},
-        {"JPEG, the same, progressive", jpegStart(0xC2, 32767, 32767) + scan(0, 0, 0) + Bytes(64), 8, 32, jpeg, 1, 8},
-        {"JPEG, the same, reduced", jpegStart(0xC0, 32767, 32767) + scan(0, 63, 0) + Bytes(64), 8, 32, thumbnail, 1, 8},
+        {"JPEG, 32767 x 32767, no data", jpegStart(0xC0, 32767, 32767) + scan(0, 63, 0) + Bytes(64), 8, 32,
+         jpeg, 1, 8},
+        {"JPEG, the same, progressive", jpegStart(0xC2, 32767, 32767) + scan(0, 0, 0) + Bytes(64), 8, 32,
+         jpeg, 1, 8},
+        {"JPEG, the same, reduced", jpegStart(0xC0, 32767, 32767) + scan(0, 63, 0) + Bytes(64), 8, 32,
+         thumbnail, 1, 8},
         {"JPEG, 2000 x 2000, 1000 scans", thousandScans(), 8, 32, jpeg, 10, 16},
         {"JPEG, all of the same picture", thousandScans(), 8, 2000, jpeg, 30, 32},
     };

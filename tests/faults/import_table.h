@@ -6,7 +6,22 @@
 
 namespace faults {
 
-enum class Kind { allocation, globalMemory, open, read, write, seek, end, dibSection, count };
+enum class Kind {
+    allocation,
+    globalMemory,
+    open,
+    read,
+    write,
+    seek,
+    end,
+    temporary,
+    dibSection,
+    palette,
+    deviceContext,
+    version,
+    runtimeHeap,  // counted only: what the runtime takes for itself
+    count
+};
 
 const char* nameOf(Kind kind);
 
@@ -24,13 +39,17 @@ void hook(HMODULE dll);
 
 // From here on calls are counted anew and go wrong by the plan.
 void start(const Plan& plan);
-bool hasStruck();  // a call has gone wrong since start
-void stop();       // all calls work again
+bool hasStruck();        // a call has gone wrong since start
+void stop();             // all calls work again
+int callsOf(Kind kind);  // since start
 
-// What the DLL holds: memory blocks (of the functions of InitializeLibrary, global memory), open files,
-// bitmaps.
+// Gives the DLL the tests' memory functions, as hook has done already.
+void installMemory();
+
+// What the DLL holds: memory blocks (of the functions of InitializeLibrary, global memory), open files, and
+// GDI's bitmaps, palettes and device contexts.
 struct Held {
-    long blocks, globals, files, bitmaps;
+    long blocks, globals, files, objects;
     bool operator==(const Held&) const = default;
 };
 Held held();
@@ -41,5 +60,17 @@ std::size_t peakBytes();
 // A buffer that the DLL has handed out.
 std::size_t sizeOf(void* block);
 void releaseBlock(void* block);
+
+// A palette that the DLL has handed out.
+void deletePalette(HPALETTE palette);
+
+// For as long as it lives, this thread's device contexts tell the DLL that they have so many bits per pixel.
+class ScreenDepth {
+ public:
+    explicit ScreenDepth(int bits);
+    ~ScreenDepth();
+    ScreenDepth(const ScreenDepth&) = delete;
+    ScreenDepth& operator=(const ScreenDepth&) = delete;
+};
 
 }  // namespace faults

@@ -18,10 +18,14 @@ void keep(const char* target, const Bytes& file) {
     seeds[target].push_back(file);
 }
 
-void keepBuffer(const char* target, int code, void* buffer) {
-    if (code != 0) return;
+// Keeps what save(buffer) makes, if it can.
+template <class Save>
+void keepSaved(const char* target, Save save) {
+    void* buffer = nullptr;
+    if (save(&buffer) != 0) return;
     const auto* bytes = static_cast<std::uint8_t*>(buffer);
     keep(target, Bytes(bytes, bytes + GlobalSize(GlobalHandle(buffer))));
+    GlobalUnlock(GlobalHandle(buffer));
     GlobalFree(GlobalHandle(buffer));
 }
 
@@ -30,14 +34,14 @@ void savedFiles(Random& random) {
         TestImage image(21, 13, bits);
         image.randomise(random);
         if (bits < 24) image.randomisePalette(random);
-        void* buffer = nullptr;
-        for (const int rle : {0, 1}) keepBuffer("bmp", savebmptobuffer(&buffer, image, rle), buffer);
+        for (const int rle : {0, 1})
+            keepSaved("bmp", [&](void** buffer) { return savebmptobuffer(buffer, image, rle); });
         for (const UINT flags : {0u, 1u, 2u, 4u, 0x30001u})
-            keepBuffer("gif", savegiftobufferex(&buffer, image, flags, 1), buffer);
+            keepSaved("gif", [&](void** buffer) { return savegiftobufferex(buffer, image, flags, 1); });
         for (int option = 0; option < 12; option++)
-            keepBuffer("png", savepngtobuffer(&buffer, image, option), buffer);
+            keepSaved("png", [&](void** buffer) { return savepngtobuffer(buffer, image, option); });
         for (const UINT option : {0u, 1u, 2u, 0x10u, 0x11u, 0x12u})
-            keepBuffer("jpeg", savejpgtobufferex(&buffer, image, 60, option), buffer);
+            keepSaved("jpeg", [&](void** buffer) { return savejpgtobufferex(buffer, image, 60, option); });
     }
 }
 
