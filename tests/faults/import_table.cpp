@@ -189,6 +189,17 @@ BOOL WINAPI verQueryValue(const void* block, const char* path, void** value, UIN
     return strikes(Kind::version) ? FALSE : VerQueryValueA(block, path, value, length);
 }
 
+std::vector<LockStep>* lockSteps;  // null: not wanted
+
+void WINAPI enterCriticalSection(CRITICAL_SECTION* lock) {
+    EnterCriticalSection(lock);
+    if (lockSteps) lockSteps->push_back({lock, true});
+}
+void WINAPI leaveCriticalSection(CRITICAL_SECTION* lock) {
+    if (lockSteps) lockSteps->push_back({lock, false});
+    LeaveCriticalSection(lock);
+}
+
 void replaceImport(HMODULE dll, const char* name, void* function) {
     auto* base = reinterpret_cast<std::uint8_t*>(dll);
     const auto* headers =
@@ -259,6 +270,8 @@ void hook(HMODULE dll) {
                  {"GetFileVersionInfoSizeA", reinterpret_cast<void*>(getFileVersionInfoSize)},
                  {"GetFileVersionInfoA", reinterpret_cast<void*>(getFileVersionInfo)},
                  {"VerQueryValueA", reinterpret_cast<void*>(verQueryValue)},
+                 {"EnterCriticalSection", reinterpret_cast<void*>(enterCriticalSection)},
+                 {"LeaveCriticalSection", reinterpret_cast<void*>(leaveCriticalSection)},
                  {"malloc", reinterpret_cast<void*>(runtimeMalloc)},
                  {"calloc", reinterpret_cast<void*>(runtimeCalloc)},
                  {"free", reinterpret_cast<void*>(release)}};
@@ -296,6 +309,14 @@ Held held() {
 
 std::size_t peakBytes() {
     return static_cast<std::size_t>(mostBytes - bytesAtStart);
+}
+
+std::vector<LockStep> lockStepsOf(const std::function<void()>& run) {
+    std::vector<LockStep> steps;
+    lockSteps = &steps;
+    run();
+    lockSteps = nullptr;
+    return steps;
 }
 
 std::size_t sizeOf(void* block) {

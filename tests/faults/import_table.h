@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+#include <functional>
+#include <vector>
+
 namespace faults {
 
 enum class Kind {
@@ -56,6 +59,13 @@ Held held();
 
 // The most bytes that were held at a time since start, beyond those held then.
 std::size_t peakBytes();
+
+// The locks that the DLL takes and leaves while run() runs, in their order. For one thread at a time.
+struct LockStep {
+    const CRITICAL_SECTION* lock;
+    bool taken;  // else left
+};
+std::vector<LockStep> lockStepsOf(const std::function<void()>& run);
 
 // A buffer that the DLL has handed out.
 std::size_t sizeOf(void* block);
