@@ -120,6 +120,15 @@ TEST(BmpSave, WritesTheAreaThatLoadsBack) {
     }
 }
 
+// More than one buffer of run lengths.
+TEST(BmpSave, ALargePictureOfRunLengthsLoadsBack) {
+    Random random(23);
+    TestImage image(700, 400, 8), back(700, 400, 8);
+    image.randomise(random);
+    ASSERT_EQ(loadbmpfrombuffer(GuardedBytes(saved(image, 1)).data(), back), 0);
+    EXPECT_EQ(back.bytes(), image.bytes());
+}
+
 // Whole rows without padding are written from the image itself, an area of a wider image through a buffer.
 TEST(BmpSave, WholePicturesAndAreasGiveTheSameBytes) {
     Random random(5);
