@@ -17,11 +17,11 @@ struct Frames {
     GifGlobalInfo global;
     GifFileInfo file;
     GifFrameInfo frames[3];
-    int count;
 };
 struct Resolution {
     int x, y, unit;
 };
+
 std::vector<char> contents(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
     std::vector<char> bytes((std::istreambuf_iterator<char>(file)), {});
@@ -29,42 +29,50 @@ std::vector<char> contents(const std::string& name) {
     return bytes;
 }
 
-#define TEXT_OF_(x) #x
-#define TEXT_OF(x) TEXT_OF_(x)
+template <class Function>
+struct Export {
+    const char* name;
+    Function* call;
+};
 
-// name, nameW and namefrombuffer of a load, over a file.
-#define LOADS(calls, name, file, image, ...)                                                         \
-    do {                                                                                             \
-        const std::string narrow = calls.path(file);                                                 \
-        const std::wstring wide(narrow.begin(), narrow.end());                                       \
-        const auto bytes = std::make_shared<std::vector<char>>(contents(narrow));                    \
-        calls.onPicture(#name " " file, image,                                                       \
-                        [=](imgdes* i) { return name(narrow.c_str(), i __VA_ARGS__); });             \
-        calls.onPicture(#name "W " file, image,                                                      \
-                        [=](imgdes* i) { return name##W(wide.c_str(), i __VA_ARGS__); });            \
-        calls.onPicture(TEXT_OF(frombuffer_##name) " " file, image,                                  \
-                        [=](imgdes* i) { return frombuffer_##name(bytes->data(), i __VA_ARGS__); }); \
-    } while (false)
-#define frombuffer_loadbmp loadbmpfrombuffer
-#define frombuffer_loadgif loadgiffrombuffer
-#define frombuffer_loadpng loadpngfrombuffer
-#define frombuffer_loadjpg loadjpgfrombuffer
-#define frombuffer_loadjpgex loadjpgfrombufferex
-#define frombuffer_loadjpgthumbnail loadjpgthumbnailfrombuffer
+// An export over a file, named in both ways, and over the file's bytes in memory.
+template <class Narrow, class Wide, class Buffered>
+struct Forms {
+    Export<Narrow> narrow;
+    Export<Wide> wide;
+    Export<Buffered> buffered;
+};
+#define FORMS(name, frombuffer)                                   \
+    Forms {                                                       \
+        Export{#name, name}, Export{#name "W", name##W}, Export { \
+#frombuffer, frombuffer                               \
+        }                                                         \
+    }
 
-#define INFOS(calls, name, buffered, record, pointer, file, ...)                                             \
-    do {                                                                                                     \
-        const std::string narrow = calls.path(file);                                                         \
-        const std::wstring wide(narrow.begin(), narrow.end());                                               \
-        const auto bytes = std::make_shared<std::vector<char>>(contents(narrow));                            \
-        calls.onRecord<record>(#name, [=](record* r) { return name(narrow.c_str(), pointer __VA_ARGS__); }); \
-        calls.onRecord<record>(#name "W",                                                                    \
-                               [=](record* r) { return name##W(wide.c_str(), pointer __VA_ARGS__); });       \
-        calls.onRecord<record>(#buffered,                                                                    \
-                               [=](record* r) { return buffered(bytes->data(), pointer __VA_ARGS__); });     \
-    } while (false)
+// Calls add(export, source) for each form; source() is what the export reads.
+template <class Forms, class Add>
+void forEachForm(const Forms& forms, const std::string& file, Add add) {
+    add(forms.narrow, [=] { return file.c_str(); });
+    add(forms.wide, [wide = std::wstring(file.begin(), file.end())] { return wide.c_str(); });
+    add(forms.buffered,
+        [bytes = std::make_shared<std::vector<char>>(contents(file))] { return bytes->data(); });
+}
 
-#define COMMA ,
+template <class Forms, class... Rest>
+void load(CallSet& calls, const Forms& forms, const char* file, const Shared& image, Rest... rest) {
+    forEachForm(forms, calls.path(file), [&](auto form, auto source) {
+        calls.onPicture(form.name + std::string(" ") + file, image,
+                        [=](imgdes* i) { return form.call(source(), i, rest...); });
+    });
+}
+
+// The export is called by run(export, source, record).
+template <class Record, class Forms, class Run>
+void inform(CallSet& calls, const Forms& forms, const char* file, Run run) {
+    forEachForm(forms, calls.path(file), [&](auto form, auto source) {
+        calls.onRecord<Record>(form.name, [=](Record* r) { return run(form.call, source(), r); });
+    });
+}
 
 GifGlobalInfo animation() {
     GifGlobalInfo global{};
@@ -128,35 +136,45 @@ void appends(CallSet& calls) {
 }
 
 void loads(CallSet& calls) {
-    LOADS(calls, loadbmp, "a.bmp", picture(61, 47, 24, 2), );
-    LOADS(calls, loadbmp, "b.bmp", picture(61, 47, 8, 2), );
-    LOADS(calls, loadgif, "c.gif", picture(61, 47, 8, 2), );
-    LOADS(calls, loadpng, "a.png", picture(61, 47, 24, 2), );
-    LOADS(calls, loadpng, "b.png", picture(61, 47, 8, 2), );
-    LOADS(calls, loadjpg, "a.jpg", picture(61, 47, 24, 2), );
-    LOADS(calls, loadjpg, "c.jpg", picture(61, 47, 24, 2), );
-    LOADS(calls, loadjpgex, "d.jpg", picture(61, 47, 24, 2), COMMA JPEG_COLOR_RGB);
-    LOADS(calls, loadjpgthumbnail, "c.jpg", picture(40, 40, 24, 2), COMMA 0);
-    LOADS(calls, loadjpgthumbnail, "a.jpg", picture(20, 20, 24, 2), COMMA 1);
+    const Shared palette = picture(61, 47, 8, 2), colour = picture(61, 47, 24, 2);
+    load(calls, FORMS(loadbmp, loadbmpfrombuffer), "a.bmp", colour);
+    load(calls, FORMS(loadbmp, loadbmpfrombuffer), "b.bmp", palette);
+    load(calls, FORMS(loadgif, loadgiffrombuffer), "c.gif", palette);
+    load(calls, FORMS(loadpng, loadpngfrombuffer), "a.png", colour);
+    load(calls, FORMS(loadpng, loadpngfrombuffer), "b.png", palette);
+    load(calls, FORMS(loadjpg, loadjpgfrombuffer), "a.jpg", colour);
+    load(calls, FORMS(loadjpg, loadjpgfrombuffer), "c.jpg", colour);
+    load(calls, FORMS(loadjpgex, loadjpgfrombufferex), "d.jpg", colour, JPEG_COLOR_RGB);
+    load(calls, FORMS(loadjpgthumbnail, loadjpgthumbnailfrombuffer), "c.jpg", picture(40, 40, 24, 2), 0);
+    load(calls, FORMS(loadjpgthumbnail, loadjpgthumbnailfrombuffer), "a.jpg", picture(20, 20, 24, 2), 1);
+}
+
+void palettes(CallSet& calls) {
+    const auto palette = [](auto call, auto source, Palette256* r) { return call(source, r->entries); };
+    inform<Palette256>(calls, FORMS(loadbmppalette, loadbmppalettefrombuffer), "b.bmp", palette);
+    inform<Palette256>(calls, FORMS(loadpngpalette, loadpngpalettefrombuffer), "b.png", palette);
+    inform<Palette256>(calls, FORMS(loadgifpalette, loadgifpalettefrombuffer), "e.gif", palette);
+    inform<Palette256>(calls, FORMS(loadgifglobalpalette, loadgifglobalpalettefrombuffer), "e.gif", palette);
+    inform<Palette256>(calls, FORMS(loadgifframepalette, loadgifframepalettefrombuffer), "e.gif",
+                       [](auto call, auto source, Palette256* r) { return call(source, r->entries, 0); });
 }
 
 void informations(CallSet& calls) {
-    INFOS(calls, bmpinfo, bmpinfofrombuffer, BITMAPINFOHEADER, r, "a.bmp", );
-    INFOS(calls, loadbmppalette, loadbmppalettefrombuffer, Palette256, r->entries, "b.bmp", );
-    INFOS(calls, gifinfo, gifinfofrombuffer, GifFileInfo, r, "e.gif", );
-    INFOS(calls, gifinfoframe, gifinfoframefrombuffer, Frames, &r->file, "e.gif",
-          COMMA & r->global COMMA r->frames COMMA 0);
-    INFOS(calls, gifinfoallframes, gifinfoallframesfrombuffer, Frames, &r->global, "e.gif",
-          COMMA r->frames COMMA 1);
-    INFOS(calls, gifframecount, gifframecountfrombuffer, Frames, &r->count, "e.gif", );
-    INFOS(calls, loadgifpalette, loadgifpalettefrombuffer, Palette256, r->entries, "e.gif", );
-    INFOS(calls, loadgifglobalpalette, loadgifglobalpalettefrombuffer, Palette256, r->entries, "e.gif", );
-    INFOS(calls, loadgifframepalette, loadgifframepalettefrombuffer, Palette256, r->entries, "e.gif",
-          COMMA 0);
-    INFOS(calls, pnginfo, pnginfofrombuffer, PngInfo, r, "b.png", );
-    INFOS(calls, loadpngpalette, loadpngpalettefrombuffer, Palette256, r->entries, "b.png", );
-    INFOS(calls, jpeginfo, jpeginfofrombuffer, JpegInfo, r, "c.jpg", );
-    INFOS(calls, jpeginfoex, jpeginfofrombufferex, JpegInfoEx, r, "c.jpg", );
+    const auto whole = [](auto call, auto source, auto* record) { return call(source, record); };
+    inform<BITMAPINFOHEADER>(calls, FORMS(bmpinfo, bmpinfofrombuffer), "a.bmp", whole);
+    inform<PngInfo>(calls, FORMS(pnginfo, pnginfofrombuffer), "b.png", whole);
+    inform<JpegInfo>(calls, FORMS(jpeginfo, jpeginfofrombuffer), "c.jpg", whole);
+    inform<JpegInfoEx>(calls, FORMS(jpeginfoex, jpeginfofrombufferex), "c.jpg", whole);
+    inform<GifFileInfo>(calls, FORMS(gifinfo, gifinfofrombuffer), "e.gif", whole);
+    inform<int>(calls, FORMS(gifframecount, gifframecountfrombuffer), "e.gif", whole);
+    inform<Frames>(
+        calls, FORMS(gifinfoframe, gifinfoframefrombuffer), "e.gif",
+        [](auto call, auto source, Frames* r) { return call(source, &r->file, &r->global, r->frames, 0); });
+    inform<Frames>(calls, FORMS(gifinfoallframes, gifinfoallframesfrombuffer), "e.gif",
+                   [](auto call, auto source, Frames* r) { return call(source, &r->global, r->frames, 1); });
+}
+
+void comments(CallSet& calls) {
     const std::string gif = calls.path("e.gif"), png = calls.path("b.png");
     const std::wstring wideGif(gif.begin(), gif.end()), widePng(png.begin(), png.end());
     calls.onRecord<Comment>("getgifcomment",
@@ -176,20 +194,16 @@ void informations(CallSet& calls) {
 }
 
 void frames(CallSet& calls) {
-    const std::string narrow = calls.path("e.gif");
-    const std::wstring wide(narrow.begin(), narrow.end());
-    const auto global = std::make_shared<GifGlobalInfo>();
-    const auto frame = std::make_shared<GifFrameInfo>();
-    gifinfoframe(narrow.c_str(), nullptr, global.get(), frame.get(), 0);
+    GifGlobalInfo global;
+    GifFrameInfo frame;
+    gifinfoframe(calls.path("e.gif").c_str(), nullptr, &global, &frame, 0);
+    const auto known = std::make_shared<std::pair<GifGlobalInfo, GifFrameInfo>>(global, frame);
     const Shared image = picture(61, 47, 8, 3);
-    calls.onPicture("loadgifframe", image,
-                    [=](imgdes* i) { return loadgifframe(narrow.c_str(), i, global.get(), frame.get()); });
-    calls.onPicture("loadgifframeW", image,
-                    [=](imgdes* i) { return loadgifframeW(wide.c_str(), i, global.get(), frame.get()); });
-    const auto bytes = std::make_shared<std::vector<char>>(contents(narrow));
-    calls.onPicture("loadgifframefrombuffer", image, [=](imgdes* i) {
-        return loadgifframefrombuffer(bytes->data(), i, global.get(), frame.get());
-    });
+    forEachForm(
+        FORMS(loadgifframe, loadgifframefrombuffer), calls.path("e.gif"), [&](auto form, auto source) {
+            calls.onPicture(form.name, image,
+                            [=](imgdes* i) { return form.call(source(), i, &known->first, &known->second); });
+        });
 }
 
 // The settings keep the values that they have anyway: what other calls save stays the same.
@@ -231,7 +245,9 @@ void addFileCalls(CallSet& calls) {
     for (const Call& call : calls.list) call.run();  // the files that the others read
     appends(calls);
     loads(calls);
+    palettes(calls);
     informations(calls);
+    comments(calls);
     frames(calls);
     settings(calls);
     codec(calls);
