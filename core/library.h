@@ -1,4 +1,4 @@
-// What the library remembers for the whole process: facts found when it is loaded, and its locks.
+// What the library remembers for the whole process: facts found when it is loaded.
 #pragma once
 
 #include "core/platform.h"

@@ -2,23 +2,13 @@
 
 #include <algorithm>
 
+#include "io/open_file.h"
 #include "orn32.h"
 
 namespace orn32 {
 namespace {
 
 constexpr std::uint32_t pieceBytes = 8192;
-
-HANDLE openExisting(const Target& target) {
-    const DWORD access = GENERIC_READ | GENERIC_WRITE;
-    if (target.wideName)
-        return CreateFileW(target.wideName, access, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                           nullptr);
-    if (target.narrowName)
-        return CreateFileA(target.narrowName, access, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                           nullptr);
-    return INVALID_HANDLE_VALUE;
-}
 
 bool seek(HANDLE handle, std::uint64_t position) {
     LONG high = static_cast<LONG>(position >> 32);
@@ -38,7 +28,8 @@ TemporaryFile::~TemporaryFile() {
     if (exists()) DeleteFileW(name_);
 }
 
-FileTail::FileTail(const Target& target) : handle_(openExisting(target)) {
+FileTail::FileTail(const Target& target)
+    : handle_(openFile(target.wideName, target.narrowName, GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING)) {
     if (!isOpen()) return;
     DWORD high = 0;
     size_ = GetFileSize(handle_, &high);

@@ -1,4 +1,5 @@
-// A moving window over a stream's bytes, filled in large reads.
+// A moving window over a stream's bytes: filled in large reads from a file, laid over the caller's memory
+// where the bytes are there already.
 #pragma once
 
 #include <algorithm>
@@ -14,13 +15,12 @@ class FileWindow {
  public:
     // The window's memory may not be had: test before use.
     FileWindow(InputStream& in, std::uint64_t capacity, MemoryEntry entry = MemoryEntry::first)
-        : in_(in),
-          buffer_(entry, capacity),
-          capacity_(static_cast<std::uint32_t>(capacity)),
-          next_(buffer_.get()),
-          end_(next_) {}
+        : in_(in), capacity_(static_cast<std::uint32_t>(capacity)) {
+        if (!in.inMemory()) buffer_ = WorkArray<std::uint8_t>(entry, capacity);
+        next_ = end_ = buffer_.get();
+    }
 
-    explicit operator bool() const { return static_cast<bool>(buffer_); }
+    explicit operator bool() const { return in_.inMemory() || buffer_; }
 
     // Makes count bytes (at most the capacity) available if the stream still has them, and returns how many
     // are.
@@ -35,17 +35,23 @@ class FileWindow {
  private:
     void refill() {
         const std::uint32_t unread = available();
+        if (in_.inMemory()) {
+            in_.skip(-static_cast<std::int32_t>(unread));
+            std::uint32_t count = capacity_;
+            next_ = in_.readInPlace(count);
+            end_ = next_ + count;
+            return;
+        }
         std::memmove(buffer_.get(), next_, unread);
         next_ = buffer_.get();
-        end_ = next_ + unread;
-        end_ += in_.read(end_, capacity_ - unread);
+        end_ = next_ + unread + in_.read(buffer_.get() + unread, capacity_ - unread);
     }
 
     InputStream& in_;
     WorkArray<std::uint8_t> buffer_;
     std::uint32_t capacity_;
-    std::uint8_t* next_;
-    std::uint8_t* end_;
+    const std::uint8_t* next_;
+    const std::uint8_t* end_;
 };
 
 }  // namespace orn32

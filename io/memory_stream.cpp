@@ -1,5 +1,6 @@
 #include "io/memory_stream.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -11,19 +12,6 @@
 
 namespace orn32 {
 
-// Readability changes at page borders only, so one probed byte answers for its page, and memory that ends
-// costs a single fault.
-std::uint32_t readablePrefix(const void* p, std::uint32_t count) {
-    constexpr std::uintptr_t pageSize = 4096;
-    const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(p);
-    const std::uintptr_t end = start + count;
-    if (end < start) return readablePrefix(p, static_cast<std::uint32_t>(0 - start - 1));
-    for (std::uintptr_t at = start; at < end; at = (at | (pageSize - 1)) + 1)
-        if (IsBadHugeReadPtr(reinterpret_cast<const void*>(at), 1))
-            return static_cast<std::uint32_t>(at - start);
-    return count;
-}
-
 namespace memory_stream {
 namespace {
 
@@ -31,6 +19,7 @@ struct InputSlot {
     std::uint32_t id;  // slot index + 1, 0 when free
     const std::uint8_t* base;
     std::uint32_t position;
+    std::uintptr_t readableFrom, readableTo;  // what is known already
 };
 
 struct Chunk {
@@ -110,16 +99,29 @@ HANDLE openInput(const void* buffer, DWORD access) {
     return handle;
 }
 
+const std::uint8_t* readInPlace(HANDLE handle, std::uint32_t& count) {
+    const std::uint32_t wanted = std::exchange(count, 0);
+    InputSlot* slot = slotOf(inputs, handle);
+    if (!slot) return nullptr;
+    const std::uintptr_t base = reinterpret_cast<std::uintptr_t>(slot->base);
+    const std::uintptr_t at = base + slot->position;
+    const auto* p = reinterpret_cast<const std::uint8_t*>(at);
+    if (at < base) return p;  // beyond the address space, or before the buffer
+    if (at < slot->readableFrom || at > slot->readableTo || slot->readableTo - at < wanted) {
+        slot->readableFrom = at;
+        slot->readableTo = readableEnd(at, wanted);
+    }
+    count = static_cast<std::uint32_t>(std::min<std::uintptr_t>(wanted, slot->readableTo - at));
+    slot->position += count;
+    return p;
+}
+
 BOOL WINAPI read(HANDLE handle, void* destination, DWORD count, DWORD* bytesRead, OVERLAPPED*) {
     *bytesRead = 0;
-    InputSlot* slot = slotOf(inputs, handle);
-    if (!slot) return FALSE;
-    const std::uintptr_t base = reinterpret_cast<std::uintptr_t>(slot->base);
-    if (base + slot->position < base) return TRUE;  // beyond the address space, or before the buffer
-    const void* p = reinterpret_cast<const void*>(base + slot->position);
-    const std::uint32_t n = readablePrefix(p, count);
+    if (!slotOf(inputs, handle)) return FALSE;
+    std::uint32_t n = count;
+    const std::uint8_t* p = readInPlace(handle, n);
     std::memcpy(destination, p, n);
-    slot->position += n;
     *bytesRead = n;
     return TRUE;
 }

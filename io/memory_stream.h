@@ -2,6 +2,8 @@
 // Handles are the slot numbers 1 to 16 of two tables, one for inputs and one for outputs.
 #pragma once
 
+#include <cstdint>
+
 #include "core/platform.h"
 
 namespace orn32::memory_stream {
@@ -12,6 +14,9 @@ constexpr int slotCount = 16;
 HANDLE openInput(const void* buffer, DWORD access);
 BOOL WINAPI read(HANDLE handle, void* destination, DWORD count, DWORD* bytesRead, OVERLAPPED*);
 DWORD WINAPI seekInput(HANDLE handle, LONG distance, LONG* high, DWORD method);
+
+// A read without the copy: the address of the bytes; count becomes how many there are.
+const std::uint8_t* readInPlace(HANDLE handle, std::uint32_t& count);
 BOOL WINAPI closeInput(HANDLE handle);
 
 // An output keeps every write as a chunk of its own until it is finished.
@@ -20,9 +25,9 @@ BOOL WINAPI write(HANDLE handle, const void* source, DWORD count, DWORD* bytesWr
 DWORD WINAPI seekOutput(HANDLE handle, LONG distance, LONG* high, DWORD method);
 BOOL WINAPI closeOutput(HANDLE handle);
 
-// Makes the finished block at once, for a writer that knows its size: what is written goes straight into it, and
-// nothing can be written beyond it. Does nothing where the caller's own functions see every chunk. Returns false
-// when the memory cannot be had.
+// Makes the finished block at once, for a writer that knows its size: what is written goes straight into it,
+// and nothing can be written beyond it. Does nothing where the caller's own functions see every chunk.
+// Returns false when the memory cannot be had.
 bool reserveOutput(HANDLE handle, DWORD size);
 
 // Replays the chunks, in the order written, into a new block that the caller of the library owns.

@@ -5,11 +5,13 @@
 
 namespace orn32 {
 
-// The length of the longest readable prefix of count bytes at p.
-std::uint32_t readablePrefix(const void* p, std::uint32_t count);
+// Where the memory that can be read from start on ends: at least count bytes further if all of these can be
+// read, and beyond as far as is known then.
+std::uintptr_t readableEnd(std::uintptr_t start, std::uint32_t count);
 
 inline bool isReadable(const void* p, std::uint32_t count) {
-    return readablePrefix(p, count) == count;
+    const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(p);
+    return readableEnd(start, count) - start >= count;
 }
 
 }  // namespace orn32

@@ -1,6 +1,7 @@
 #include "io/stream.h"
 
 #include "io/memory_stream.h"
+#include "io/open_file.h"
 #include "io/readable.h"
 #include "orn32.h"
 
@@ -8,14 +9,6 @@ namespace orn32 {
 namespace {
 
 constexpr std::uint32_t probedBytes = 100;
-
-HANDLE openFile(const WCHAR* wideName, const char* narrowName, DWORD access, DWORD share, DWORD disposition) {
-    if (wideName)
-        return CreateFileW(wideName, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (narrowName)
-        return CreateFileA(narrowName, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    return INVALID_HANDLE_VALUE;
-}
 
 HANDLE openSource(const Source& source) {
     if (source.buffer) return memory_stream::openInput(source.buffer, GENERIC_READ);
@@ -52,6 +45,10 @@ std::uint32_t InputStream::read(void* destination, std::uint32_t count) {
                               : ReadFile(handle_, destination, count, &n, nullptr);
     readFailed_ = !ok;
     return ok ? n : 0;
+}
+
+const std::uint8_t* InputStream::readInPlace(std::uint32_t& count) {
+    return memory_stream::readInPlace(handle_, count);
 }
 
 // The high part makes the position unsigned for files too: one beyond the end is reached, and reads nothing.

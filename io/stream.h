@@ -55,6 +55,11 @@ class InputStream {
     // Reads up to count bytes and returns how many there were: fewer at the end.
     std::uint32_t read(void* destination, std::uint32_t count);
 
+    // For a stream over memory: the bytes that read would copy, where they lie. count becomes how many there
+    // are.
+    bool inMemory() const { return inMemory_; }
+    const std::uint8_t* readInPlace(std::uint32_t& count);
+
     // Whether the last read came back with an error, and not just with fewer bytes.
     bool readFailed() const { return readFailed_; }
 

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# shellcheck disable=SC2034,SC2154 # the lists are for the callers; $build and $logs are set by setup.sh
+# shellcheck disable=SC2034,SC2154 # the lists are for the callers; $own and $logs are set by setup.sh
 # Installs the Debian packages that are missing. Sourced by setup.sh; called through its in_turn.
 #
 # A mirror sometimes carries different versions of a library for amd64 and i386, because one architecture's list lags
@@ -75,16 +75,19 @@ install_missing() {
     mapfile -t packages < <(list_missing "$@")
     ((${#packages[@]})) || return 0
     say "Missing: ${packages[*]}"
-    prepare_apt "${packages[@]}" || fail "They are needed. $(by_hand "${packages[@]}")."
+    prepare_apt "${packages[@]}" ||
+        fail "What is missing cannot be installed from here. $(by_hand "${packages[@]}")."
     fail_on_unknown "${packages[@]}"
     say "Installing them (this can take some minutes) ..."
-    install_plain "${packages[@]}" || install_in_step "${packages[@]}" || explain_and_fail "${packages[@]}"
+    install_plain "${packages[@]}" && return
+    fail_on_download "${packages[@]}"
+    install_in_step "${packages[@]}" || explain_and_fail "${packages[@]}"
 }
 
 # install_optional PACKAGE=PROBE...: tries each list once per checkout; what cannot be had is told and done without.
 install_optional() {
     local -a packages
-    local package tried=$build/optional-packages-tried-${1%%=*}
+    local package tried=$own/optional-packages-tried-${1%%=*}
     mapfile -t packages < <(list_missing "$@")
     if ((${#packages[@]} == 0)) || [[ -e $tried ]]; then
         return 0
@@ -109,23 +112,50 @@ prepare_apt() {
         say "This system has no apt-get."
         return 1
     fi
-    as_root=()
-    if ((EUID != 0)); then
-        if ! command -v sudo >/dev/null; then
-            say "Installing needs root's rights, and there is no sudo."
-            return 1
-        fi
-        say "Installing needs root's rights: using sudo."
-        as_root=(sudo)
-    fi
+    become_root || return
     : >"$logs/install.log"
+    if [[ -n $(dpkg --audit) ]]; then
+        say "Finishing an installation that was interrupted ..."
+        run_logged install.log "${as_root[@]}" dpkg --configure -a || true
+    fi
     if [[ $* == *:i386* ]] && ! { dpkg --print-architecture && dpkg --print-foreign-architectures; } | grep -qx i386; then
         say "Adding the i386 architecture, for 32-bit Wine."
         run_logged install.log "${as_root[@]}" dpkg --add-architecture i386 || return
     fi
     say "Reading the package lists ..."
-    apt_get -o APT::Update::Error-Mode=any update || say "Some package lists could not be read; going on with what is there."
+    read_lists || say "Some package lists could not be read; going on with what is there."
     apt_is_prepared=yes
+}
+
+# become_root: sets as_root to what goes before a command.
+become_root() {
+    as_root=(env DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8)
+    if ((EUID == 0)); then
+        as_root+=(PATH="$PATH:/usr/local/sbin:/usr/sbin:/sbin") # dpkg wants them, and `su` leaves them out
+        return
+    fi
+    if ! command -v sudo >/dev/null; then
+        say "Installing needs root's rights, and there is no sudo."
+        return 1
+    fi
+    say "Installing needs root's rights: using sudo."
+    if ! sudo true; then # may ask for the password
+        say "sudo gives this user none."
+        return 1
+    fi
+    as_root=(sudo "${as_root[@]}")
+}
+
+# Unlike `apt-get install`, `update` does not wait for another apt to end: at a system's start one often runs by itself.
+read_lists() {
+    local tries
+    for ((tries = 0; tries < 60; tries++)); do
+        apt_get -o APT::Update::Error-Mode=any update && return
+        tail -n 3 "$logs/install.log" | grep -q 'Unable to lock directory' || return
+        ((tries)) || say "Waiting for another apt to end ..."
+        sleep 5
+    done
+    return 1
 }
 
 by_hand() {
@@ -134,7 +164,7 @@ by_hand() {
 
 # Packages are never removed, nobody is asked, and the user's own configuration files stay.
 apt_get() {
-    run_logged install.log "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 apt-get --yes --no-remove \
+    run_logged install.log "${as_root[@]}" apt-get --yes --no-remove \
         -o DPkg::Lock::Timeout=300 -o Dpkg::Options::=--force-confdef -o Dpkg::Options::=--force-confold "$@"
 }
 
@@ -177,7 +207,7 @@ Pin-Priority: 1001
 }
 
 # apt reads one such file, so the user's own goes in first. Nothing in /etc changes.
-pins=$build/apt-preferences
+pins=$own/apt-preferences
 write_pins() {
     {
         [[ ! -e /etc/apt/preferences ]] || cat /etc/apt/preferences
@@ -196,6 +226,16 @@ fail_on_unknown() {
         "Is the network up, and do apt's sources name this release's main section for amd64 and i386?"
 }
 
+# fail_on_download PACKAGE...: ends the program where the mirror did not answer; other versions would fare no better. A
+# file that the mirror says it has not (404) is another matter.
+fail_on_download() {
+    local failures
+    failures=$(grep '^E: Failed to fetch .*\.deb ' "$logs/install.log") || return 0
+    ! grep -q ' 404 ' <<<"$failures" || return 0
+    fail_with_log install.log "Cannot install $*: $(wc -l <<<"$failures") files could not be downloaded." \
+        "Is the network up?"
+}
+
 # Ends the program with the packages that cannot be had even one by one.
 explain_and_fail() {
     local package
@@ -205,6 +245,6 @@ explain_and_fail() {
             install --no-install-recommends "$package" >/dev/null 2>&1 || culprits+=("$package")
     done
     ((${#culprits[@]})) || culprits=("$@")
-    fail_with_log install.log "Cannot install ${culprits[*]}; apt's reasons are above. While the mirror is changing," \
-        "call again in some hours. $(by_hand "${culprits[@]}")."
+    fail_with_log install.log "Cannot install ${culprits[*]}; apt's reasons are above. Is the network up?" \
+        "While the mirror is changing, call again in some hours. $(by_hand "${culprits[@]}")."
 }

@@ -1,33 +1,18 @@
 # shellcheck shell=bash
-# shellcheck disable=SC2154 # $build and $logs are set by setup.sh
+# shellcheck disable=SC2154 # $own and $logs are set by setup.sh
 # A screen in memory (Xvfb) and a Wine that draws on it. Sourced after setup.sh.
 #
 # Programs of one Wine prefix share a desktop, and with it the display of whoever came first. So what draws has
-# prefixes of its own: build/wine stays without a display.
+# prefixes of its own: wine/ beside them stays without a display.
 
 # use_screen_wine: the prefix for screens in memory; callers take turns, by screen_lock (8).
 use_screen_wine() {
     use_own_wine
-    export WINEPREFIX=$build/wine-screen
+    export WINEPREFIX=$own/wine-screen
     mkdir -p "$logs"
-    exec 8>"$build/screen-lock"
+    exec 8>"$own/screen-lock"
     flock 8
-    create_drawing_prefix
-}
-
-# create_drawing_prefix: sets $WINEPREFIX up, once.
-create_drawing_prefix() {
-    [[ ! -e $WINEPREFIX/.ready ]] || return 0
-    say "Setting up ${WINEPREFIX#"$root/"} for windows (once, some ten seconds) ..."
-    rm -rf "$WINEPREFIX"
-    if ! {
-        wineboot -i &&
-            wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f &&
-            wineserver -w
-    } </dev/null >"$logs/wine-screen.log" 2>&1 8>&- 9>&-; then
-        fail_with_log wine-screen.log "Wine could not set up ${WINEPREFIX#"$root/"}."
-    fi
-    touch "$WINEPREFIX/.ready"
+    wine_is_ready || create_wine_prefix
 }
 
 # start_screen DEPTH SIZE: a screen of that many bits per pixel and WIDTHxHEIGHT, until the program ends.

@@ -1,7 +1,7 @@
 // From input files to output files.
 #include "convert.h"
 
-#include <algorithm>
+#include <map>
 #include <new>
 #include <span>
 
@@ -65,19 +65,15 @@ class Destination {
     // Whether several inputs become the pictures of one file.
     bool oneForAll() const { return !folder_ && format_ && format_->holdsSeveral; }
 
-    // Throws a Failure if an earlier input has the same output. A folder keeps the extension of an input that
-    // keeps its format.
-    Output outputFor(const std::wstring& input, const Format& inputFormat) {
+    // A folder keeps the extension of an input that keeps its format.
+    Output outputFor(const std::wstring& input, const Format& inputFormat) const {
         if (!folder_) return {name_, format_};
         const Format* format = format_ ? format_ : &inputFormat;
         const NameParts parts = splitName(input);
         const bool keep = formatByExtension(input) == format;
-        const std::wstring name = (endsInSlash(name_) ? name_ : name_ + L"/") + parts.stem +
-                                  (keep ? parts.extension : text(L".", format->extensions[0]));
-        if (std::ranges::any_of(given_, [&](const std::wstring& other) { return sameName(name, other); }))
-            throw Failure{L"another input has already become " + name};
-        given_.push_back(name);
-        return {name, format};
+        return {(endsInSlash(name_) ? name_ : name_ + L"/") + parts.stem +
+                    (keep ? parts.extension : text(L".", format->extensions[0])),
+                format};
     }
 
     void createFolderIfNeeded() const {
@@ -88,7 +84,25 @@ class Destination {
     std::wstring name_;
     const Format* format_;  // null in a folder: each input's own
     bool folder_;
-    std::vector<std::wstring> given_;
+};
+
+// Who may write which file: an input itself, and what becomes of it, may only be replaced by what becomes of
+// the same input.
+class Owners {
+ public:
+    explicit Owners(std::span<const std::wstring> inputs) {
+        for (const std::wstring& input : inputs) owners_.try_emplace(comparableName(input), input);
+    }
+
+    // Throws a Failure if the file is another input's.
+    void claim(const std::wstring& file, const std::wstring& input) {
+        const auto& [name, owner] = *owners_.try_emplace(comparableName(file), input).first;
+        if (owner != input)
+            throw Failure{text(L"cannot become ", file, L": that is, or comes from, the input ", owner)};
+    }
+
+ private:
+    std::map<std::wstring, std::wstring> owners_;  // by comparable name
 };
 
 class Converter {
@@ -97,6 +111,7 @@ class Converter {
         : job_(job),
           inputs_(job.files.data(), job.files.size() - 1),
           destination_(job, inputs_.size()),
+          owners_(inputs_),
           progress_(inputs_.size()) {}
 
     bool run() {
@@ -116,10 +131,10 @@ class Converter {
         const Output output = destination_.outputFor(input, inputFormat);
         std::vector<Picture> pictures = read(input, inputFormat, *output.format);
         destination_.createFolderIfNeeded();
-        if (pictures.size() == 1 || output.format->holdsSeveral) return saveFile(output, pictures);
+        if (pictures.size() == 1 || output.format->holdsSeveral) return saveFile(input, output, pictures);
         const NameParts parts = splitName(output.name);
         for (std::size_t i = 0; i < pictures.size(); i++)
-            saveFile({text(parts.folder, parts.stem, L"-", i + 1, parts.extension), output.format},
+            saveFile(input, {text(parts.folder, parts.stem, L"-", i + 1, parts.extension), output.format},
                      {&pictures[i], 1});
     }
 
@@ -153,7 +168,8 @@ class Converter {
         return pictures;
     }
 
-    static void saveFile(const Output& output, std::span<Picture> pictures) {
+    void saveFile(const std::wstring& input, const Output& output, std::span<Picture> pictures) {
+        owners_.claim(output.name, input);
         OutputFile file(output.name);
         Place place{0, pictures.size() > 1};
         save(file, *output.format, pictures, place);
@@ -173,6 +189,7 @@ class Converter {
     Job& job_;
     std::span<const std::wstring> inputs_;
     Destination destination_;
+    Owners owners_;
     Progress progress_;
 };
 
@@ -185,6 +202,8 @@ bool convertFiles(Job& job) {
 
 bool printInfo(Job& job) {
     if (job.files.empty()) throw UsageError{L"the name of a file is needed"};
+    if (!job.operations.empty())
+        throw UsageError{L"--info tells of files as they are, without changes of the picture"};
     bool allWell = true;
     for (const std::wstring& file : job.files)
         allWell &= attempt(file, [&] {

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 #include "interrupt.h"
 #include "messages.h"
 
@@ -30,6 +32,11 @@ class FileHandle {
     throw Failure{text(attempt, L": ", systemErrorInWords(error)), file};
 }
 
+std::wstring inCapitals(std::wstring name) {
+    CharUpperBuffW(name.data(), static_cast<DWORD>(name.size()));
+    return name;
+}
+
 // A name that no file has, in the folder of the given one, proved by creating such a file. It is gone again,
 // as appending to a file that is there differs from creating it. Process numbers are not unique on a disk
 // that machines share.
@@ -55,11 +62,33 @@ NameParts splitName(const std::wstring& file) {
     return {file.substr(0, start), file.substr(start, dot - start), file.substr(dot)};
 }
 
+std::vector<std::wstring> filesNamed(const std::wstring& name) {
+    if (name.find_first_of(L"*?") == std::wstring::npos) return {name};
+    std::vector<std::wstring> names;
+    WIN32_FIND_DATAW found;
+    const HANDLE search = FindFirstFileW(name.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return {name};
+    do
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+            names.push_back(splitName(name).folder + found.cFileName);
+    while (FindNextFileW(search, &found));
+    FindClose(search);
+    if (names.empty()) return {name};
+    std::ranges::sort(names);
+    return names;
+}
+
 bool sameName(const std::wstring& a, const std::wstring& b) {
-    std::wstring upperA = a, upperB = b;
-    CharUpperBuffW(upperA.data(), static_cast<DWORD>(a.size()));
-    CharUpperBuffW(upperB.data(), static_cast<DWORD>(b.size()));
-    return upperA == upperB;
+    return inCapitals(a) == inCapitals(b);
+}
+
+std::wstring comparableName(const std::wstring& file) {
+    std::wstring full(32768, 0);
+    const DWORD length =
+        GetFullPathNameW(file.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    if (length == 0 || length >= full.size()) return inCapitals(file);
+    full.resize(length);
+    return inCapitals(full);
 }
 
 bool endsInSlash(const std::wstring& name) {

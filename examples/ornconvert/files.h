@@ -12,7 +12,12 @@ struct NameParts {
 };
 NameParts splitName(const std::wstring& file);
 
-bool sameName(const std::wstring& a, const std::wstring& b);  // as Windows compares file names: case aside
+// The files that a name with * or ? stands for, sorted; else, and where there are none, the name itself.
+std::vector<std::wstring> filesNamed(const std::wstring& name);
+
+// Windows compares file names without regard to case.
+bool sameName(const std::wstring& a, const std::wstring& b);
+std::wstring comparableName(const std::wstring& file);  // from the root on and in capitals
 bool endsInSlash(const std::wstring& name);
 bool isFolder(const std::wstring& name);
 void createFolder(const std::wstring& name);  // unless it is there; throws a Failure

@@ -7,6 +7,7 @@
 #include "files.h"
 #include "formats.h"
 #include "messages.h"
+#include "resolution.h"
 
 namespace ornconvert {
 namespace {
@@ -41,13 +42,6 @@ std::wstring compressionInWords(DWORD compression) {
         default:
             return text(L"of kind ", compression, L", which cannot be read");
     }
-}
-
-std::wstring resolutionInWords(LONG x, LONG y) {
-    const auto perInch = [](LONG perMetre) {
-        return (static_cast<long long>(perMetre) * 254 + 5000) / 10000;
-    };
-    return text(x, L" x ", y, L" pixels per metre (", perInch(x), L" x ", perInch(y), L" per inch)");
 }
 
 void info(const std::wstring& file, InfoList& list) {

@@ -25,16 +25,9 @@ bool interlaced;  // --interlace
 std::optional<int> transparent, delay, loops;
 std::string comment;  // as UTF-8; the library keeps a pointer to it until it is written
 
-int numberUpTo(int most, const std::wstring& argument) {
-    const long number = parseNumbers(argument, 1, 1, L"N")[0];
-    if (number < 0 || number > most)
-        throw UsageError{text(L"'", argument, L"' is not a number from 0 to ", most)};
-    return static_cast<int>(number);
-}
-
 constexpr Option loadOptions[] = {
     {L"--frame", L"N", L"load frame N of a GIF, counted from 0 (else the first)",
-     [](Job&, const std::wstring& argument) { frameToLoad = numberUpTo(0x7FFFFFF, argument); }},
+     [](Job&, const std::wstring& argument) { frameToLoad = parseNumber(argument, 0, 0x7FFFFFF); }},
     {L"--all-frames", nullptr, L"load all frames of a GIF, into one file or into OUT-1, OUT-2 ...",
      [](Job&, const std::wstring&) { allFrames = true; }},
 };
@@ -43,11 +36,11 @@ constexpr Option saveOptions[] = {
     {L"--interlace", nullptr, L"write a GIF's rows interlaced",
      [](Job&, const std::wstring&) { interlaced = true; }},
     {L"--transparent", L"N", L"make colour N of a GIF's palette transparent",
-     [](Job&, const std::wstring& argument) { transparent = numberUpTo(255, argument); }},
+     [](Job&, const std::wstring& argument) { transparent = parseNumber(argument, 0, 255); }},
     {L"--delay", L"N", L"show each frame of a GIF for N hundredths of a second",
-     [](Job&, const std::wstring& argument) { delay = numberUpTo(65535, argument); }},
+     [](Job&, const std::wstring& argument) { delay = parseNumber(argument, 0, 65535); }},
     {L"--loop", L"N", L"repeat a GIF's frames N times, 0 for ever",
-     [](Job&, const std::wstring& argument) { loops = numberUpTo(65535, argument); }},
+     [](Job&, const std::wstring& argument) { loops = parseNumber(argument, 0, 65535); }},
     {L"--comment", L"TEXT", L"write a comment into a GIF",
      [](Job&, const std::wstring& argument) {
          const int size = static_cast<int>(argument.size());
@@ -93,6 +86,7 @@ std::wstring size(int width, int height) {
     return text(width, L" x ", height, L" pixels");
 }
 
+// The first one, wherever it stands; empty where there is none.
 std::wstring commentOf(const std::wstring& file) {
     std::string bytes(32000, 0);
     bytes.resize(static_cast<std::size_t>(std::max(getgifcommentW(file.c_str(), bytes.data(), 32000), 0)));
@@ -138,7 +132,7 @@ void info(const std::wstring& file, InfoList& list) {
     list.add(L"frames", toText(records.frames.size()));
     if (global.loopcount >= 0)
         list.add(L"repeated", global.loopcount ? text(global.loopcount, L" times") : L"for ever");
-    if (global.commentoffset) list.add(L"comment", commentOf(file));
+    if (const std::wstring words = commentOf(file); !words.empty()) list.add(L"comment", words);
     for (const GifFrameInfo& frame : records.frames) addFrame(frame, list);
 }
 

@@ -5,6 +5,7 @@
 #include "console.h"
 #include "format_jpeg.h"
 #include "messages.h"
+#include "resolution.h"
 
 namespace ornconvert {
 namespace {
@@ -167,11 +168,10 @@ Picture loadThumbnail(const std::wstring& file, const JpegInfoEx& info) {
 }
 
 void setResolution(Picture& picture, const JpegInfoEx& info) {
-    constexpr UINT perInch = 1;
-    if (info.densunits != perInch) return;
-    const auto perMetre = [](UINT density) { return static_cast<LONG>((density * 10000ull + 127) / 254); };
-    picture.header().biXPelsPerMeter = perMetre(info.xdensity);
-    picture.header().biYPelsPerMeter = perMetre(info.ydensity);
+    constexpr UINT inch = 1;
+    if (info.densunits != inch) return;
+    picture.header().biXPelsPerMeter = static_cast<LONG>(perMetre(info.xdensity));
+    picture.header().biYPelsPerMeter = static_cast<LONG>(perMetre(info.ydensity));
 }
 
 std::vector<Picture> load(const std::wstring& file) {

@@ -1,6 +1,7 @@
 // Saving JPEG files.
 #include "format_jpeg.h"
 #include "messages.h"
+#include "resolution.h"
 
 namespace ornconvert {
 namespace {
@@ -12,19 +13,12 @@ bool progressive, optimised;
 long thumbnailSize;            // 0: none is stored
 std::vector<long> resolution;  // X, Y and maybe UNITS; empty: the picture's own
 
-long parseNumber(const std::wstring& argument, long least, long most, const wchar_t* form) {
-    const long number = parseNumbers(argument, 1, 1, form)[0];
-    if (number < least || number > most)
-        throw UsageError{text(form, L" is ", least, L" to ", most, L", not ", number)};
-    return number;
-}
-
 void setQuality(Job&, const std::wstring& argument) {
-    quality = parseNumber(argument, 1, 100, L"N");
+    quality = parseNumber(argument, 1, 100);
 }
 
 void setThumbnail(Job&, const std::wstring& argument) {
-    thumbnailSize = argument.empty() ? usualThumbnail : parseNumber(argument, 1, 255, L"SIZE");
+    thumbnailSize = argument.empty() ? usualThumbnail : parseNumber(argument, 1, 255);
 }
 
 void setResolution(Job&, const std::wstring& numbers) {
@@ -36,19 +30,15 @@ void setResolution(Job&, const std::wstring& numbers) {
     resolution = values;
 }
 
-// A picture's own resolution is in pixels per metre; files have dots per inch, if they fit.
-UINT perInch(LONG perMetre) {
-    return static_cast<UINT>((static_cast<unsigned long long>(perMetre) * 254 + 5000) / 10000);
-}
-
 void applyResolution(const BITMAPINFOHEADER& header) {
     if (!resolution.empty()) {
         jpegsetxyresolution(resolution[0], resolution[1], resolution.size() == 3 ? resolution[2] : 1);
         return;
     }
     if (header.biXPelsPerMeter <= 0 || header.biYPelsPerMeter <= 0) return;
-    const UINT x = perInch(header.biXPelsPerMeter), y = perInch(header.biYPelsPerMeter);
-    if (x > 0 && y > 0 && x < 65536 && y < 65536) jpegsetxyresolution(x, y, 1);
+    const long long x = perInch(header.biXPelsPerMeter), y = perInch(header.biYPelsPerMeter);
+    if (x > 0 && y > 0 && x < 65536 && y < 65536)
+        jpegsetxyresolution(static_cast<UINT>(x), static_cast<UINT>(y), 1);
 }
 
 UINT saveOptionBits() {

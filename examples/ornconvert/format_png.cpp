@@ -5,6 +5,7 @@
 
 #include "formats.h"
 #include "messages.h"
+#include "resolution.h"
 
 namespace ornconvert {
 namespace {
@@ -98,15 +99,6 @@ std::wstring numberInWords(UINT hundredThousandths) {
     return text(hundredThousandths / 100000, L".", fraction);
 }
 
-std::wstring resolutionInWords(const PngInfo& info) {
-    const auto perInch = [](UINT perMetre) {
-        return (static_cast<unsigned long long>(perMetre) * 254 + 5000) / 10000;
-    };
-    if (unitOf(info) != metre) return text(info.xres, L" to ", info.yres);
-    return text(info.xres, L" x ", info.yres, L" pixels per metre (", perInch(info.xres), L" x ",
-                perInch(info.yres), L" per inch)");
-}
-
 // A colour as the file names it: an index, a grey level, or red, green and blue.
 std::wstring colourInWords(const PngInfo& info, const WORD (&samples)[4]) {
     if (info.colortype == 3) return text(L"palette entry ", samples[0]);
@@ -121,20 +113,14 @@ std::wstring significantBits(const PngInfo& info) {
     return list;
 }
 
-// The file's bytes are Latin-1; control characters must not reach the terminal.
+// The file's bytes are Latin-1.
 std::wstring commentUnder(const std::wstring& file, const std::string& keyword) {
     const int room = checkPng(getpngcommentW(file.c_str(), keyword.c_str(), nullptr, 0));
     if (room == 0) return L"(none)";
     std::string comment(static_cast<std::size_t>(room), '\0');
     checkPng(getpngcommentW(file.c_str(), keyword.c_str(), comment.data(), room));
     std::wstring words;
-    for (const char c : comment.substr(0, comment.find('\0'))) {
-        const auto letter = static_cast<unsigned char>(c);
-        if (letter == '\n')
-            words += L"\n      ";
-        else
-            words += letter < ' ' || (letter >= 0x7F && letter < 0xA0) ? L'?' : wchar_t{letter};
-    }
+    for (const char c : comment.substr(0, comment.find('\0'))) words += static_cast<unsigned char>(c);
     return words.empty() ? L"(empty)" : words;
 }
 
@@ -154,8 +140,10 @@ void info(const std::wstring& file, InfoList& list) {
     RGBQUAD palette[256];
     if (const int colours = checkPng(loadpngpaletteW(file.c_str(), palette)))
         list.add(L"palette", text(colours, L" colours"));
-    if (info.xres || info.yres)
-        list.add(unitOf(info) == metre ? L"resolution" : L"pixel shape", resolutionInWords(info));
+    if (unitOf(info) == metre && (info.xres || info.yres))
+        list.add(L"resolution", resolutionInWords(info.xres, info.yres));
+    else if (info.xres || info.yres)
+        list.add(L"pixel shape", text(info.xres, L" to ", info.yres));
     if (info.hastrns) list.add(L"transparent", colourInWords(info, info.trns));
     if (info.hasbkgd) list.add(L"background", colourInWords(info, info.bkgd));
     if (info.gamma) list.add(L"gamma", numberInWords(info.gamma));

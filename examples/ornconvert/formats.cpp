@@ -57,7 +57,14 @@ std::wstring formatNames() {
 }
 
 void InfoList::add(const std::wstring& label, const std::wstring& value) {
-    rows_.push_back({label, value});
+    std::wstring shown;
+    for (const wchar_t c : value) {
+        if (c == L'\n')
+            shown += L"\n      ";
+        else
+            shown += c < L' ' || (c >= 0x7F && c < 0xA0) ? L'?' : c;
+    }
+    rows_.push_back({label, shown});
 }
 
 void InfoList::heading(const std::wstring& line) {

@@ -10,7 +10,8 @@
 
 namespace ornconvert {
 
-// What --info prints about a file: "label  value" lines.
+// What --info prints about a file: "label  value" lines. A value may come from the file: its control
+// characters do not reach the terminal.
 class InfoList {
  public:
     void add(const std::wstring& label, const std::wstring& value);

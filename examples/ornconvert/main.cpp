@@ -8,9 +8,10 @@
 #include "options.h"
 #include "orn32.h"
 
-// Windows leaves it to the program to expand names like *.bmp; this tells the runtime to.
+// Windows leaves it to the program to expand names like *.bmp. The runtime must not: it would do so in the
+// values of options as well.
 extern "C" {
-int _dowildcard = -1;
+int _dowildcard = 0;
 }
 
 namespace ornconvert {
@@ -24,7 +25,8 @@ std::wstring versionText() {
     const WORD version = Orrinversionex(words);
     std::wstring build;
     for (int shift = 12; shift >= 0; shift -= 4) build += toText(words[1] >> shift & 15);
-    return text(L"ornconvert " TEXT(ORN32_VERSION) L" with orn32 ", version >> 8, L".", version & 0xFF, L" build ", build);
+    return text(L"ornconvert " TEXT(ORN32_VERSION) L" with orn32 ", version >> 8, L".", version & 0xFF,
+                L" build ", build);
 }
 
 bool run(Job& job) {

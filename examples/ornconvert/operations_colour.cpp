@@ -34,15 +34,8 @@ void setMatch(Job&, const std::wstring& argument) {
     matchMode = static_cast<int>(name - names);
 }
 
-// A number of colours from 2 to most.
-int parseColours(const std::wstring& argument, long most) {
-    const long colours = parseNumbers(argument, 1, 1, L"N")[0];
-    if (colours < 2 || colours > most) throw UsageError{text(argument, L" is not between 2 and ", most)};
-    return static_cast<int>(colours);
-}
-
 void addColours(Job& job, const std::wstring& argument) {
-    const int colours = parseColours(argument, 256);
+    const int colours = parseNumber(argument, 2, 256);
     job.operations.push_back([colours](Picture& picture) {
         Picture rgb = picture.bits() == 24 ? std::move(picture) : converted(picture, 24);
         picture = rgb.blank(8);
@@ -51,7 +44,7 @@ void addColours(Job& job, const std::wstring& argument) {
 }
 
 void addReduce(Job& job, const std::wstring& argument) {
-    const int colours = parseColours(argument, 255);
+    const int colours = parseNumber(argument, 2, 255);
     job.operations.push_back([colours](Picture& picture) {
         if (picture.bits() != 8) picture = converted(picture, 8);
         if (picture.image()->palcolors <= colours) return;

@@ -11,14 +11,6 @@ constexpr unsigned levelsAndColours[] = {24, 8}, allDepths[] = {24, 8, 1};
 
 using Filter = int(ORNAPI*)(int, imgdes*, imgdes*);
 
-// A number from least to most.
-int parseNumber(const std::wstring& argument, long least, long most) {
-    const long number = parseNumbers(argument, 1, 1, L"N")[0];
-    if (number < least || number > most)
-        throw UsageError{text(argument, L" is not between ", least, L" and ", most)};
-    return static_cast<int>(number);
-}
-
 void addFilter(Job& job, Filter filter, int argument, std::span<const unsigned> depths) {
     job.operations.push_back([=](Picture& picture) {
         fitDepth(picture, depths);

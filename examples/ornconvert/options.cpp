@@ -2,8 +2,10 @@
 #include "options.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cwchar>
 
+#include "files.h"
 #include "formats.h"
 #include "messages.h"
 #include "operations.h"
@@ -23,7 +25,7 @@ constexpr Option programOptions[] = {
              throw UsageError{text(L"'", name, L"' is none of the formats (", formatNames(), L")")};
      }},
     {L"--help", nullptr, L"print this", [](Job& job, const std::wstring&) { job.task = Task::help; }},
-    {L"--version", nullptr, L"print the library's version",
+    {L"--version", nullptr, L"print the versions of the program and of the library",
      [](Job& job, const std::wstring&) { job.task = Task::version; }},
 };
 
@@ -75,12 +77,17 @@ class Parser {
             if (word.size() > 1 && word[0] == L'-')
                 parseOption(word);
             else
-                job_.files.push_back(word);
+                addFiles(word);
         }
         return std::move(job_);
     }
 
  private:
+    void addFiles(const std::wstring& name) {
+        if (name.empty()) throw UsageError{L"the name of a file is empty"};
+        for (const std::wstring& file : filesNamed(name)) job_.files.push_back(file);
+    }
+
     void parseOption(const std::wstring& word) {
         const std::size_t equals = word.find(L'=');
         const std::wstring name = word.substr(0, equals);
@@ -182,6 +189,15 @@ void applyLoadOptions(Job& job, const Format& format) {
 
 void applySaveOptions(Job& job, const Format& format) {
     applyFormatOptions(job, format, &Format::saveOptions, &Format::loadOptions, L"written");
+}
+
+int parseNumber(const std::wstring& argument, long least, long most) {
+    wchar_t* end;
+    errno = 0;
+    const long number = std::wcstol(argument.c_str(), &end, 10);
+    if (argument.empty() || *end || errno == ERANGE || number < least || number > most)
+        throw UsageError{text(L"'", argument, L"' is not a number from ", least, L" to ", most)};
+    return static_cast<int>(number);
 }
 
 std::vector<long> parseNumbers(const std::wstring& argument, std::size_t least, std::size_t most,

@@ -34,6 +34,9 @@ std::wstring helpText();
 void applyLoadOptions(Job& job, const Format& format);
 void applySaveOptions(Job& job, const Format& format);
 
+// A number from least to most, else a UsageError.
+int parseNumber(const std::wstring& argument, long least, long most);
+
 // "1,-2,3" as numbers; a number of them between least and most, else a UsageError that shows the form.
 std::vector<long> parseNumbers(const std::wstring& argument, std::size_t least, std::size_t most,
                                const wchar_t* form);

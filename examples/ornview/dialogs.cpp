@@ -3,6 +3,8 @@
 
 #include <commdlg.h>
 
+#include <algorithm>
+
 #include "ornconvert/formats.h"
 #include "ornconvert/messages.h"
 
@@ -58,15 +60,19 @@ std::wstring askWhatToOpen(HWND owner) {
     return GetOpenFileNameW(&box) ? name.c_str() : L"";
 }
 
+// The dialog adds the extension of the chosen format to a name without one, before it looks whether the file
+// exists.
 std::wstring askWhereToSave(HWND owner, const std::wstring& suggestion) {
     const std::wstring filters = filtersByFormat();
+    const auto known = std::ranges::find(formats(), formatByExtension(suggestion));
+    const std::size_t chosen =
+        known == formats().end() ? 0 : static_cast<std::size_t>(known - formats().begin());
     std::wstring name = suggestion;
     OPENFILENAMEW box = dialog(owner, filters, name);
+    box.nFilterIndex = static_cast<DWORD>(chosen) + 1;
+    box.lpstrDefExt = formats()[chosen]->extensions[0];
     box.Flags |= OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST;
-    if (!GetSaveFileNameW(&box)) return L"";
-    name = name.c_str();
-    if (!formatByExtension(name)) name += text(L".", formats()[box.nFilterIndex - 1]->extensions[0]);
-    return name;
+    return GetSaveFileNameW(&box) ? name.c_str() : L"";
 }
 
 }  // namespace ornview

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "notes.h"
+#include "ornconvert/console.h"
 #include "ornconvert/depth.h"
 #include "ornconvert/files.h"
 #include "ornconvert/messages.h"
@@ -49,6 +50,13 @@ std::vector<std::wstring> picturesIn(const std::wstring& folder) {
     return names;
 }
 
+// With its folder, and with backslashes: dialogs take no others.
+std::wstring fullName(const std::wstring& file) {
+    std::wstring name(GetFullPathNameW(file.c_str(), 0, nullptr, nullptr), L'\0');
+    name.resize(GetFullPathNameW(file.c_str(), static_cast<DWORD>(name.size()), name.data(), nullptr));
+    return name.empty() ? file : name;
+}
+
 std::size_t stepped(std::size_t from, int by, std::size_t count) {
     const int n = static_cast<int>(count);
     return static_cast<std::size_t>(((static_cast<int>(from) + by) % n + n) % n);
@@ -73,14 +81,11 @@ Picture copyOf(const Picture& picture) {
 
 void Document::open(const std::wstring& file) {
     *this = Document();
-    file_ = file;
+    file_ = fullName(file);
     name_ = nameOf(file);
     takeNotes();
     try {
-        format_ = &formatByContent(file);
-        askForAllFrames(*format_);
-        frames_ = format_->load(file);
-        prepare();
+        loadFrames();
     } catch (const Failure& failure) {
         message_ = failure.words;
     } catch (const std::bad_alloc&) {
@@ -88,7 +93,20 @@ void Document::open(const std::wstring& file) {
     }
     if (message_.empty()) return;
     message_ = text(name_, L" cannot be shown:\n", message_);
+    screen_.reset();
     frames_.clear();
+}
+
+void Document::loadFrames() {
+    format_ = &formatByContent(file_);
+    askForAllFrames(*format_);
+    frames_ = format_->load(file_);
+    try {
+        if (GifScreen::neededFor(frames_)) screen_.emplace(frames_, surroundings);
+    } catch (const Failure& failure) {
+        warn(file_, text(L"frames as they are, as for their screen ", failure.words));
+    }
+    prepare();
 }
 
 void Document::show(Picture picture, const std::wstring& name) {
@@ -99,27 +117,50 @@ void Document::show(Picture picture, const std::wstring& name) {
 }
 
 void Document::prepare() {
-    drawable_.reset();
-    if (picture().bits() == 16) drawable_ = converted(picture(), 8);
+    if (screen_) screen_->show(frames_, frame_);
+    grey_.reset();
+    if (picture().bits() == 16) grey_ = converted(picture(), 8);
+}
+
+Picture& Document::drawable() {
+    if (screen_) return screen_->picture();
+    return grey_ ? *grey_ : picture();
 }
 
 std::wstring Document::title() const {
     if (name_.empty()) return L"ornview";
     if (!hasPicture()) return name_ + L" - ornview";
-    const Picture& picture = frames_[frame_];
-    const unsigned bits = picture.bits();
-    std::wstring title = text(name_, L" - ", picture.width(), L" x ", picture.height(), L", ", bits,
-                              bits == 1 ? L" bit" : L" bits");
+    const Picture& seen = screen_ ? screen_->picture() : frames_[frame_];
+    const unsigned bits = frames_[frame_].bits();
+    std::wstring title =
+        text(name_, L" - ", seen.width(), L" x ", seen.height(), L", ", bits, bits == 1 ? L" bit" : L" bits");
     if (format_) title += text(L", ", format_->name);
     if (frameCount() > 1) title += text(L", frame ", frame_ + 1, L" of ", frameCount());
     if (!notes().empty()) title += text(L" (", notes(), L")");
     return title + L" - ornview";
 }
 
-void Document::stepFrame(int by) {
-    if (frameCount() < 2) return;
-    frame_ = stepped(frame_, by, frameCount());
+void Document::showFrame(std::size_t frame) {
+    if (!hasPicture()) return;
+    frame_ = std::min(frame, frameCount() - 1);
     prepare();
+}
+
+void Document::stepFrame(int by) {
+    if (hasPicture()) showFrame(stepped(frame_, by, frameCount()));
+}
+
+void Document::startPlaying() {
+    rounds_ = 0;
+    if (frame_ + 1 == frameCount()) showFrame(0);
+}
+
+// A file that says nothing about rounds is played once, one that says n once and then n times more.
+bool Document::playOn() {
+    const int loops = picture().gif.loops;
+    if (frame_ + 1 == frameCount() && loops != 0 && rounds_++ >= loops) return false;
+    stepFrame(1);
+    return true;
 }
 
 // Frames without a delay, or with one that no screen can follow, take a tenth of a second, as is the custom.
@@ -149,11 +190,22 @@ void Document::saveAs(const std::wstring& file) {
     if (!format)
         throw Failure{
             text(L"its extension names none of the formats that can be written (", formatNames(), L")")};
-    Picture copy = copyOf(picture());
-    fitDepth(copy, format->depths);
     OutputFile output(file);
-    format->save(output.temporaryName(), copy, {});
+    saveFrames(output.temporaryName(), *format);
     output.finish();
+}
+
+// Of an animation, a file that holds one picture gets what is seen; else frames are saved as they were
+// loaded, with their colours.
+void Document::saveFrames(const std::wstring& file, const Format& format) {
+    const bool several = format.holdsSeveral && frameCount() > 1;
+    const bool seen = screen_ && frameCount() > 1 && !several;
+    const unsigned count = several ? static_cast<unsigned>(frameCount()) : 1;
+    for (unsigned i = 0; i < count; i++) {
+        Picture copy = copyOf(several ? frames_[i] : seen ? screen_->picture() : picture());
+        fitDepth(copy, format.depths);
+        format.save(file, copy, {i, several});
+    }
 }
 
 }  // namespace ornview

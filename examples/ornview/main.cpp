@@ -27,6 +27,7 @@ constexpr wchar_t usage[] =
     L"ornview [FILE]   shows a picture: BMP, GIF, PNG, JPEG; see the menu for what it can do\n"
     L"  --size W,H            size of the window\n"
     L"  --at X,Y              begin with this point of the picture in the window's corner\n"
+    L"  --frame N             stop at frame N of a GIF, counted from 1, instead of playing it\n"
     L"  --colors suit|ordered|diffusion\n"
     L"                        how a display with a palette shows pictures of more colours\n"
     L"  --screenshot OUT      save what the window shows, in the format that OUT's extension names, and end";
@@ -36,6 +37,7 @@ struct Wishes {
     SIZE size = {900, 700};
     POINT at = {0, 0};
     int mode = 0;
+    long frame = 0;  // from 1; 0 is none
     bool help = false;
 };
 
@@ -60,6 +62,9 @@ Wishes parseArguments(int count, wchar_t** words) {
         } else if (word == L"--at") {
             const auto n = parseNumbers(argument(), 2, 2, L"X,Y");
             wishes.at = {n[0], n[1]};
+        } else if (word == L"--frame") {
+            wishes.frame = parseNumbers(argument(), 1, 1, L"N")[0];
+            if (wishes.frame < 1) throw UsageError{L"frames are counted from 1"};
         } else if (word == L"--colors") {
             wishes.mode = parseMode(argument());
         } else if (word == L"--screenshot") {
@@ -113,11 +118,14 @@ int takeScreenshot(const Viewer& viewer, const std::wstring& file) {
 int run(const Wishes& wishes) {
     Viewer viewer(wishes.size, wishes.mode);
     if (!wishes.file.empty()) viewer.open(wishes.file);
+    const bool screenshot = !wishes.screenshot.empty();
+    if (screenshot || wishes.frame)
+        viewer.stopAtFrame(static_cast<std::size_t>(std::max(wishes.frame, 1L)) - 1);
     ShowWindow(viewer.window(), SW_SHOWNORMAL);
     viewer.scrollTo(wishes.at);
     SetForegroundWindow(viewer.window());
     UpdateWindow(viewer.window());
-    return wishes.screenshot.empty() ? runWindow(viewer) : takeScreenshot(viewer, wishes.screenshot);
+    return screenshot ? takeScreenshot(viewer, wishes.screenshot) : runWindow(viewer);
 }
 
 int runCommandLine(int count, wchar_t** words) {

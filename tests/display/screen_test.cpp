@@ -24,17 +24,12 @@ class Screen : public testing::Test {
         if (!window_) GTEST_SKIP() << "no display";
         dc_ = GetDC(window_);
         depth_ = GetDeviceCaps(dc_, BITSPIXEL);
-        paletteBefore_ = GetCurrentObject(dc_, OBJ_PAL);
+        stateBefore_ = stateOf(dc_);
     }
     void TearDown() override {
         if (!dc_) return;
-        EXPECT_EQ(GetCurrentObject(dc_, OBJ_PAL), paletteBefore_);
+        EXPECT_EQ(stateOf(dc_), stateBefore_);
         ReleaseDC(window_, dc_);
-        clearPalette();
-    }
-    void clearPalette() {
-        if (palette_) DeleteObject(palette_);
-        palette_ = nullptr;
     }
     // The window in one colour, as the screen shows it.
     Pixels cleared() {
@@ -45,15 +40,14 @@ class Screen : public testing::Test {
         return shownBy(window_);
     }
     int view(imgdes* image, int x, int y, int screenX, int screenY, int mode) {
-        clearPalette();
         return viewimageex(window_, dc_, &palette_, x, y, image, screenX, screenY, mode);
     }
 
     static inline std::unique_ptr<Window> shared_;
     Window& window_ = *shared_;
     HDC dc_ = nullptr;
-    HPALETTE palette_ = nullptr;
-    HGDIOBJ paletteBefore_ = nullptr;
+    MadePalette palette_;
+    std::string stateBefore_;
     int depth_ = 0;
 };
 
@@ -122,13 +116,13 @@ TEST_F(Screen, OfAPaletteDeviceShowsTheReductionThatWasAskedFor) {
 }
 
 TEST_F(Screen, KeepsItsGdiObjects) {
-    TestImage colours(20, 20, 24, true), indices(20, 20, 8, true);
-    const int before = spareGdiObjects();
-    for (int i = 0; i < 150; i++) {
-        ASSERT_EQ(view(i % 2 ? colours : indices, 0, 0, 0, 0, i % 3), 0);
-        clearPalette();
-    }
-    EXPECT_EQ(spareGdiObjects(), before);
+    TestImage section(20, 20, 24, true), packed(20, 20, 24), indices(20, 20, 8, true);
+    imgdes* const images[] = {section, packed, indices};
+    palette_.clear();
+    const int before = gdiObjects();
+    for (int i = 0; i < 150; i++) ASSERT_EQ(view(images[i % 3], 0, 0, 0, 0, i / 3 % 3), 0);
+    palette_.clear();
+    EXPECT_EQ(gdiObjects(), before);
 }
 
 }  // namespace

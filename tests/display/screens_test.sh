@@ -28,4 +28,4 @@ on_screen() {
 use_screen_wine
 on_screen 24 "$display_test" --gtest_filter='Screen.*'
 on_screen 8 "$display_test" --gtest_filter='Screen.*'
-on_screen 24 "$viewer_test"
+on_screen 24 "$viewer_test" --gtest_filter='Viewer*'

@@ -2,6 +2,7 @@
 # The pages in docs say what is so: their pictures are there and come out of the calls beside them.
 # Usage: pictures_test.sh DOCS PROGRAMS [EMULATOR]
 set -uo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/quiet_wine.sh"
 
 docs=$1
 programs=$2

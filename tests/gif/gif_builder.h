@@ -75,6 +75,19 @@ inline std::vector<unsigned> literalCodes(unsigned codeSize, const Bytes& pixels
     return codes;
 }
 
+// The picture's rows in the order of the stream.
+inline std::vector<int> rowOrder(int height, bool interlaced) {
+    std::vector<int> order;
+    const auto pass = [&](int first, int step) {
+        for (int y = first; y < height; y += step) order.push_back(y);
+    };
+    if (!interlaced)
+        pass(0, 1);
+    else
+        pass(0, 8), pass(4, 8), pass(2, 4), pass(1, 2);
+    return order;
+}
+
 class GifBuilder {
  public:
     Bytes bytes;

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstring>
+#include <functional>
 #include <optional>
 
 #include "orn32.h"
@@ -197,19 +197,24 @@ TEST(GifHostile, ConstructedFiles) {
     for (const auto& c : cases) ASSERT_NO_FATAL_FAILURE(askEverything(c.bytes, c.what));
 }
 
-TEST(GifHostile, EveryFailedAllocationOfTheInfoFunctionsIsReported) {
+TEST(GifHostile, EveryFailedAllocationIsAMemoryError) {
     const GuardedBytes source(richGif());
-    RGBQUAD palette[256];
-    int count;
-    const auto check = [](int n, int code, const MemoryWatch& watch) {
-        EXPECT_EQ(code, ERR_MEMORY) << n;
-        EXPECT_EQ(watch.live(), 0) << n;
-    };
-    failEveryAllocation([&] { return gifinfofrombuffer(source.data(), nullptr); }, check);
-    failEveryAllocation([&] { return gifframecountfrombuffer(source.data(), &count); }, check);
-    failEveryAllocation([&] { return std::min(0, loadgifframepalettefrombuffer(source.data(), palette, 2)); },
-                        check);
     const TempFile file(".gif");
     writeFile(file.name(), richGif());
-    failEveryAllocation([&] { return std::min(0, getgifcomment(file.name(), nullptr, 0)); }, check);
+    RGBQUAD palette[256];
+    TestImage image(12, 9, 8);
+    int count;
+    const std::function<int()> calls[] = {
+        [&] { return gifinfofrombuffer(source.data(), nullptr); },
+        [&] { return gifframecountfrombuffer(source.data(), &count); },
+        [&] { return std::min(0, loadgifframepalettefrombuffer(source.data(), palette, 2)); },
+        [&] { return std::min(0, getgifcomment(file.name(), nullptr, 0)); },
+        [&] { return loadgiffrombuffer(source.data(), image); },
+    };
+    for (const auto& call : calls)
+        failEveryAllocation(call, [&](int n, int code, const MemoryWatch& watch) {
+            EXPECT_EQ(code, ERR_MEMORY) << n;
+            EXPECT_EQ(watch.live(), 0) << n;
+            EXPECT_EQ(image->palcolors, 256) << n;
+        });
 }

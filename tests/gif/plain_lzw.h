@@ -21,58 +21,6 @@ inline Bytes joinedBlocks(const Bytes& data, std::size_t at = 1) {
     return joined;
 }
 
-// Takes codes bit by bit.
-class PlainBits {
- public:
-    explicit PlainBits(Bytes bytes) : bytes_(std::move(bytes)) {}
-    bool has(unsigned width) const { return bit_ + width <= bytes_.size() * 8; }
-    unsigned take(unsigned width) {
-        unsigned code = 0;
-        for (unsigned i = 0; i < width; i++, bit_++) code |= (bytes_[bit_ / 8] >> bit_ % 8 & 1u) << i;
-        return code;
-    }
-
- private:
-    Bytes bytes_;
-    std::size_t bit_ = 0;
-};
-
-// A decoder that keeps whole strings in its table. Only for data that an encoder would write.
-inline bool plainDecode(const Bytes& data, Bytes& pixels) {
-    const unsigned size = data[0], clear = 1u << size;
-    PlainBits bits(joinedBlocks(data));
-    std::vector<Bytes> strings;
-    unsigned width = size + 1;
-    Bytes previous;
-    pixels.clear();
-    while (bits.has(width)) {
-        const unsigned code = bits.take(width);
-        if (code == clear + 1) return true;
-        if (code == clear) {
-            strings.assign(clear + 2, {});
-            for (unsigned i = 0; i < clear; i++) strings[i] = {static_cast<std::uint8_t>(i)};
-            width = size + 1;
-            previous.clear();
-            continue;
-        }
-        Bytes string;
-        if (code < strings.size())
-            string = strings[code];
-        else if (code == strings.size() && !previous.empty())
-            string = previous, string.push_back(previous[0]);
-        else
-            return false;
-        pixels.insert(pixels.end(), string.begin(), string.end());
-        if (!previous.empty() && strings.size() < 4096) {
-            previous.push_back(string[0]);
-            strings.push_back(previous);
-            if (strings.size() == 1u << width && width < 12) width++;
-        }
-        previous = string;
-    }
-    return false;
-}
-
 // What the exported decoder must make of any data, however damaged: tables that live on across clear codes,
 // codes beyond the table that repeat the previous one, chains that lead anywhere.
 struct AnyDecode {
@@ -205,9 +153,6 @@ class PlainEncoder {
 
     const Bytes& bytes() const { return out_; }
     int clears() const { return clears_; }  // how often the table ran over
-
-    // The least room that the data may be written into: every block needs one byte more than its own.
-    std::size_t roomNeeded() const { return out_.size(); }
 
  private:
     static std::size_t at(long i) { return static_cast<std::size_t>(i); }

@@ -54,13 +54,6 @@ TEST(FileTail, AFileThatCannotGrowStaysAsItWas) {
     EXPECT_EQ(replaceTail(file, 13, fresh, 20000), 0);
 }
 
-TEST(FileTail, ThereIsNoneWithoutAFile) {
-    const TempFile file(".bin");
-    const FileTail tail(toFile(file.name()));
-    EXPECT_FALSE(tail.isOpen());
-    EXPECT_FALSE(file.exists());
-}
-
 TEST(FileTail, FilesBeyond4GigabytesGrowAtTheirEnd) {
     const TempFile file(".bin");
     const HANDLE handle = CreateFileA(file.name(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
@@ -81,15 +74,4 @@ TEST(FileTail, FilesBeyond4GigabytesGrowAtTheirEnd) {
     ASSERT_EQ(tail.count(), 16u);
     EXPECT_EQ(Bytes(tail.bytes(), tail.bytes() + 16),
               (Bytes{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 'x', 'y'}));
-}
-
-TEST(TemporaryFile, IsThereAndThenIsGone) {
-    std::basic_string<WCHAR> name;
-    {
-        const TemporaryFile file(L"NEW");
-        ASSERT_TRUE(file.exists());
-        name = file.name();
-        EXPECT_TRUE(InputStream(fromFile(name.c_str())).isOpen());
-    }
-    EXPECT_FALSE(InputStream(fromFile(name.c_str())).isOpen());
 }

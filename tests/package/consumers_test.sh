@@ -8,6 +8,7 @@ here=$(cd -P "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(cd -P "$here/../.." && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+source "$root/scripts/quiet_wine.sh"
 cd "$scratch"
 failures=0
 
@@ -58,7 +59,7 @@ folders=(-I "$package/include" -L "$package/lib")
 expect "the version stands in the header" contains "$package/include/orn32.h" "\"$version\""
 expect "the version stands in the CMake package" contains "$package/lib/cmake/orn32/orn32ConfigVersion.cmake" "\"$version\""
 expect "the version stands in the pkg-config file" contains "$package/lib/pkgconfig/orn32.pc" "Version: $version"
-WINEDEBUG=-all wine "$package/bin/ornconvert.exe" --version >version.txt 2>/dev/null || true
+wine "$package/bin/ornconvert.exe" --version >version.txt 2>/dev/null || true
 expect "the converter tells the version" contains version.txt "ornconvert $version "
 # shellcheck disable=SC2016 # expanded by the inner shell
 expect "no folder of this machine is told" bash -c '! grep -raF -- "$1" "$2"' - "$root" "$package"

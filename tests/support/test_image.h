@@ -1,6 +1,7 @@
 // Images for tests: packed DIBs or DIB sections that free themselves, pixels by picture coordinates.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -24,7 +25,15 @@ class TestImage {
     ~TestImage() {
         if (code_ == 0) freeimage(&image);
     }
-    TestImage(const TestImage&) = delete;
+    // A packed DIB with the same pixels, colours and area.
+    explicit TestImage(const TestImage& other)
+        : TestImage(static_cast<unsigned>(other.width()), static_cast<unsigned>(other.height()),
+                    other.bitsPerPixel()) {
+        std::memcpy(image.bits, other.image.bits, image.header->biSizeImage);
+        std::copy_n(other.image.palette, image.palcolors, image.palette);
+        image.left = other.image.left, image.top = other.image.top;
+        image.right = other.image.right, image.bottom = other.image.bottom;
+    }
     TestImage& operator=(const TestImage&) = delete;
 
     operator imgdes*() { return &image; }

@@ -1,118 +1,21 @@
-// The viewer as its user meets it: keys, wheel and commands go in, title and screen say what came of them.
-// Needs a display. The viewer's program is named by ORNVIEW.
-#include <gtest/gtest.h>
+// The viewer's window: what it shows, how it scrolls, steps, plays and copies.
+#include <cstring>
 
-#include <cstdlib>
-#include <string>
-
-#include "examples/ornview/menu.h"
-#include "tests/display/canvas.h"
 #include "tests/support/files.h"
+#include "tests/viewer/running_viewer.h"
 
 namespace {
 
 using namespace test;
 using namespace ornview;
 
-constexpr std::uint32_t surroundings = 0x808080;
-
-std::wstring titleOf(HWND window) {
-    wchar_t title[300];
-    return std::wstring(title, static_cast<std::size_t>(GetWindowTextW(window, title, 300)));
-}
-
-std::string narrow(const std::wstring& words) {
-    return {words.begin(), words.end()};
-}
-
-// A folder of pictures that vanishes.
-class Folder {
- public:
-    Folder() {
-        wchar_t temporary[MAX_PATH];
-        GetTempPathW(MAX_PATH, temporary);
-        name_ = temporary + (L"ornview-test-" + std::to_wstring(GetTickCount()));
-        CreateDirectoryW(name_.c_str(), nullptr);
-    }
-    ~Folder() {
-        for (const std::wstring& file : files_) DeleteFileW(file.c_str());
-        RemoveDirectoryW(name_.c_str());
-    }
-    std::wstring add(const wchar_t* name) {
-        files_.push_back(name_ + L"\\" + name);
-        return files_.back();
-    }
-
- private:
-    std::wstring name_;
-    std::vector<std::wstring> files_;
-};
-
-// The viewer, started with some arguments and ended with the test.
-class RunningViewer {
- public:
-    explicit RunningViewer(const std::wstring& arguments) {
-        std::wstring line = L"\"" + std::wstring(_wgetenv(L"ORNVIEW")) + L"\" --size 420,360 " + arguments;
-        STARTUPINFOW start = {};
-        start.cb = sizeof start;
-        if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
-                            &process_))
-            return;
-        for (int i = 0; i < 200 && !IsWindowVisible(window_); i++) {
-            Sleep(50);
-            window_ = FindWindowW(L"ornview", nullptr);
-        }
-    }
-    ~RunningViewer() {
-        PostMessageW(window_, WM_CLOSE, 0, 0);
-        if (WaitForSingleObject(process_.hProcess, 5000) != WAIT_OBJECT_0)
-            TerminateProcess(process_.hProcess, 99);
-        GetExitCodeProcess(process_.hProcess, &status_);
-        EXPECT_EQ(status_, 0u);
-        CloseHandle(process_.hThread);
-        CloseHandle(process_.hProcess);
-    }
-    RunningViewer(const RunningViewer&) = delete;
-    RunningViewer& operator=(const RunningViewer&) = delete;
-
-    operator HWND() const { return window_; }
-    void command(Command id) { SendMessageW(window_, WM_COMMAND, id, 0); }
-    void press(int key) { SendMessageW(window_, WM_KEYDOWN, static_cast<WPARAM>(key), 0); }
-    void expectTitle(const std::wstring& want) { EXPECT_EQ(narrow(titleOf(window_)), narrow(want)); }
-
-    // The picture with its point (x, y) in the window's corner; a small one in the middle.
-    void expectShown(const TestImage& image, int x, int y) {
-        const SIZE client = clientSizeOf(window_);
-        Pixels ground = blank(client.cx, client.cy);
-        std::fill(ground.colours.begin(), ground.colours.end(), surroundings);
-        const int left = std::max<int>(0, (client.cx - image.width()) / 2),
-                  top = std::max<int>(0, (client.cy - image.height()) / 2);
-        const Pixels want = picturedOn(ground, client, image, x, y, left, top);
-        std::string wrong;
-        for (int i = 0; i < 100; i++) {  // the window system takes its time
-            wrong = difference(shownBy(window_), want);
-            if (wrong.empty()) return;
-        }
-        ADD_FAILURE() << "from " << x << "," << y << ": " << wrong;
-    }
-
- private:
-    PROCESS_INFORMATION process_ = {};
-    HWND window_ = nullptr;
-    DWORD status_ = 99;
-};
-
 class Viewer : public testing::Test {
  protected:
-    std::wstring saved(TestImage& image, const wchar_t* name) {
-        const std::wstring file = folder_.add(name);
-        EXPECT_EQ(savebmpW(file.c_str(), image, 0), 0);
-        return file;
-    }
     static std::wstring quoted(const std::wstring& file) { return L"\"" + file + L"\""; }
+    std::wstring saved(TestImage& image, const wchar_t* name) { return folder_.add(name, image); }
 
     Random random_{41};
-    Folder folder_;
+    PictureFolder folder_;
 };
 
 TEST_F(Viewer, ShowsASmallPictureInTheMiddleAndItsFactsInTheTitle) {
@@ -178,30 +81,66 @@ TEST_F(Viewer, StepsThroughThePicturesOfTheFolder) {
     viewer.expectShown(image, 0, 0);
 }
 
-TEST_F(Viewer, StepsThroughTheFramesOfAGif) {
-    TestImage frames[] = {{40, 30, 8}, {20, 10, 8}, {40, 30, 8}};
-    const std::wstring file = folder_.add(L"frames.gif");
-    for (TestImage& frame : frames) {
-        frame.randomise(random_);
-        frame.randomisePalette(random_);
-        GifGlobalInfo global = {};
-        global.screenwidth = 40;
-        global.screenheight = 30;
-        GifFrameInfo info = {};
-        info.haslocalpalette = 1;
-        info.transcolor = -1;
-        ASSERT_EQ(savegifframeW(file.c_str(), frame, &global, &info, GIF_BITS(8)), 0);
+// Three frames, the second of them a smaller one in the screen's corner.
+class Animation {
+ public:
+    Animation(const std::wstring& file, Random& random, int delay) {
+        for (TestImage& frame : frames) {
+            frame.randomise(random);
+            frame.randomisePalette(random);
+            GifGlobalInfo global = {};
+            global.screenwidth = 40;
+            global.screenheight = 30;
+            GifFrameInfo info = {};
+            info.haslocalpalette = 1;
+            info.transcolor = -1;
+            info.delay = delay;
+            EXPECT_EQ(savegifframeW(file.c_str(), frame, &global, &info, GIF_BITS(8)), 0);
+        }
+        for (const TestImage* frame : {&frames[0], &frames[1]})
+            for (int y = 0; y < frame->height(); y++)
+                for (int x = 0; x < frame->width(); x++) second.setPixel(x, y, colourOf(*frame, x, y));
     }
-    RunningViewer viewer(quoted(file));
+    TestImage frames[3] = {{40, 30, 8}, {20, 10, 8}, {40, 30, 8}};
+    TestImage second = {40, 30, 24};  // as it is meant to be seen
+};
+
+TEST_F(Viewer, StepsThroughTheFramesOfAGif) {
+    const std::wstring file = folder_.add(L"frames.gif");
+    Animation animation(file, random_, 0);
+    RunningViewer viewer(L"--frame 1 " + quoted(file));
     ASSERT_TRUE(viewer);
     viewer.expectTitle(L"frames.gif - 40 x 30, 8 bits, GIF, frame 1 of 3 - ornview");
     viewer.command(nextFrame);
-    viewer.expectTitle(L"frames.gif - 20 x 10, 8 bits, GIF, frame 2 of 3 - ornview");
-    viewer.expectShown(frames[1], 0, 0);
+    viewer.expectTitle(L"frames.gif - 40 x 30, 8 bits, GIF, frame 2 of 3 - ornview");
+    viewer.expectShown(animation.second, 0, 0);
     viewer.command(previousFrame);
     viewer.command(previousFrame);
     viewer.expectTitle(L"frames.gif - 40 x 30, 8 bits, GIF, frame 3 of 3 - ornview");
-    viewer.expectShown(frames[2], 0, 0);
+    viewer.expectShown(animation.frames[2], 0, 0);
+}
+
+TEST_F(Viewer, PlaysAnAnimationUntilItIsToldToStop) {
+    const std::wstring file = folder_.add(L"playing.gif");
+    const Animation animation(file, random_, 20);
+    RunningViewer viewer(quoted(file));
+    ASSERT_TRUE(viewer);
+    const auto moves = [&] {
+        const std::wstring before = titleOf(viewer);
+        return soon([&] { return titleOf(viewer) != before; });
+    };
+    const auto staysSoFor = [&](int milliseconds) {
+        const std::wstring before = titleOf(viewer);
+        Sleep(static_cast<DWORD>(milliseconds));
+        return titleOf(viewer) == before;
+    };
+    EXPECT_TRUE(moves() && moves() && moves() && moves());
+    viewer.command(playFrames);
+    EXPECT_TRUE(staysSoFor(1000));
+    viewer.command(playFrames);
+    EXPECT_TRUE(moves() && moves());
+    viewer.command(nextFrame);
+    EXPECT_TRUE(staysSoFor(1000));
 }
 
 TEST_F(Viewer, CopiesThePictureAsAPackedDibAndPastesIt) {
@@ -242,7 +181,7 @@ TEST_F(Viewer, SaysInItsWindowWhyAFileCannotBeShown) {
     viewer.expectTitle(L"bad.bmp - ornview");
     const Pixels shown = shownBy(viewer);
     std::size_t white = 0;
-    for (const std::uint32_t colour : shown.colours) white += colour != surroundings;
+    for (const std::uint32_t colour : shown.colours) white += colour != ground;
     EXPECT_GT(white, 300u);  // some letters
 }
 

@@ -85,19 +85,6 @@ BOOL IsBadReadPtr(const void* p, UINT count) {
     return FALSE;
 }
 
-// Asked for sources in memory, which are probed and then read page by page, as far as a damaged file says. Only pages
-// of VirtualAlloc are readable in this sense: elsewhere a sanitizer may keep its own, or guard parts of a page.
-BOOL IsBadHugeReadPtr(const void* p, UINT count) {
-    {
-        const std::lock_guard lock(mapsMutex);
-        const auto above = pageRanges().upper_bound(static_cast<const char*>(p));
-        if (above == pageRanges().begin()) return TRUE;
-        const auto& [start, size] = *std::prev(above);
-        if (static_cast<const char*>(p) + count > start + size) return TRUE;
-    }
-    return IsBadReadPtr(p, count);
-}
-
 void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection) {
     const int access = protection == PAGE_READWRITE ? PROT_READ | PROT_WRITE : PROT_NONE;
     if (!(type & MEM_RESERVE)) return mprotect(address, size, access) == 0 ? address : nullptr;
@@ -109,11 +96,18 @@ void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection) {
 }
 BOOL VirtualLock(void*, UINT) { return TRUE; }
 BOOL VirtualUnlock(void*, UINT) { return TRUE; }
+// Tells of a page at a time, and of pages of VirtualAlloc only: elsewhere a sanitizer may keep its own, or guard parts of
+// a page, and sources in memory are read as far as a damaged file says.
 UINT VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* info, UINT size) {
+    char* at = static_cast<char*>(const_cast<void*>(address));
     const std::lock_guard lock(mapsMutex);
-    auto above = pageRanges().upper_bound(static_cast<const char*>(address));
+    const auto above = pageRanges().upper_bound(at);
     if (above == pageRanges().begin()) return 0;
-    info->AllocationBase = const_cast<char*>((--above)->first);
+    const auto& [start, length] = *std::prev(above);
+    if (at >= start + length) return 0;
+    char* page = at - (at - start) % 4096;
+    const DWORD protection = IsBadReadPtr(page, 1) ? PAGE_NOACCESS : PAGE_READWRITE;
+    *info = {page, const_cast<char*>(start), 4096, MEM_COMMIT, protection};
     return size;
 }
 BOOL VirtualFree(void* address, UINT, DWORD) {

@@ -92,7 +92,9 @@ typedef struct CRITICAL_SECTION {
 } CRITICAL_SECTION;
 
 typedef struct MEMORY_BASIC_INFORMATION {
-    void* AllocationBase;
+    void *BaseAddress, *AllocationBase;
+    UINT RegionSize;
+    DWORD State, Protect;
 } MEMORY_BASIC_INFORMATION;
 
 #define BI_RGB 0
@@ -116,13 +118,13 @@ UINT GlobalSize(HGLOBAL handle);
 HGLOBAL GlobalFree(HGLOBAL handle);
 
 BOOL IsBadReadPtr(const void* p, UINT count);
-BOOL IsBadHugeReadPtr(const void* p, UINT count);
 
 #define MEM_COMMIT 0x1000
 #define MEM_RESERVE 0x2000
 #define MEM_RELEASE 0x8000
 #define PAGE_NOACCESS 1
 #define PAGE_READWRITE 4
+#define PAGE_GUARD 0x100
 void* VirtualAlloc(void* address, UINT size, DWORD type, DWORD protection);
 BOOL VirtualFree(void* address, UINT size, DWORD type);
 BOOL VirtualLock(void* address, UINT size);
