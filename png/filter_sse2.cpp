@@ -27,15 +27,6 @@ __m128i average(__m128i a, __m128i b) {
     return _mm_sub_epi8(_mm_avg_epu8(a, b), odd);
 }
 
-__m128i paethOfBytes(__m128i left, __m128i up, __m128i upLeft) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i low =
-        paeth(_mm_unpacklo_epi8(left, zero), _mm_unpacklo_epi8(up, zero), _mm_unpacklo_epi8(upLeft, zero));
-    const __m128i high =
-        paeth(_mm_unpackhi_epi8(left, zero), _mm_unpackhi_epi8(up, zero), _mm_unpackhi_epi8(upLeft, zero));
-    return _mm_packus_epi16(low, high);
-}
-
 template <Filter filter>
 __m128i filtered(const Piece& p) {
     switch (filter) {
@@ -46,7 +37,7 @@ __m128i filtered(const Piece& p) {
         case filterAverage:
             return _mm_sub_epi8(p.here, average(p.left, p.up));
         case filterPaeth:
-            return _mm_sub_epi8(p.here, paethOfBytes(p.left, p.up, p.upLeft));
+            return _mm_sub_epi8(p.here, paethPlus8(_mm_setzero_si128(), p.left, p.up, p.upLeft));
         default:
             return p.here;
     }

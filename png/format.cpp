@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "png/copy.h"
 #include "png/swap.h"
 
 namespace orn32::png {
@@ -58,6 +59,11 @@ const Format formats[formatCount] = {
     {rgbAlpha, 8, 4, 24, keepColour<1, 4>},
     {rgbAlpha, 16, 4, 24, keepColour<2, 8>},
 };
+
+Converter converterFor(const Format& format, std::uint64_t pictureBytes) {
+    constexpr std::uint64_t large = 2 << 20;
+    return format.convert == copyBytes && pictureBytes >= large ? copyPastCaches : format.convert;
+}
 
 unsigned formatIndex(unsigned colourType, unsigned depth) {
     unsigned i = 0;

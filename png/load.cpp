@@ -26,6 +26,7 @@ class Loader {
           area_(image),
           width_(std::min(areaSize(image).width, info.width)),
           height_(std::min(areaSize(image).height, info.height)),
+          convert_(converterFor(format_, std::uint64_t{height_} * image.rowbytes)),
           rows_(in, data, bytesFor(info.width, info.bitsperpixel)) {}
 
     void run() {
@@ -47,18 +48,24 @@ class Loader {
         if (pass.columns(info_.width) == 0) return;
         const std::uint32_t length = rowBytes(pass), shown = pass.rows(height_);
         rows_.startPass();
-        for (std::uint32_t i = 0; i < shown; i++) loadRow(pass, pass.firstRow + i * pass.rowStep, length);
+        for (std::uint32_t i = 0; i < shown; i++) {
+            std::uint8_t* row = rows_.next(length);
+            const std::uint32_t columns = pass.columns(width_);
+            turnBack(row, length, columns, shown - i);
+            place(area_[pass.firstRow + i * pass.rowStep], pass, row + 1, columns);
+        }
         if (isWhole(pass)) return;
         for (std::uint32_t i = shown, n = pass.rows(info_.height); i < n; i++) rows_.next(length);
     }
 
-    void loadRow(const Pass& pass, std::uint32_t y, std::uint32_t length) {
-        std::uint8_t* row = rows_.next(length);
-        const std::uint32_t columns = pass.columns(width_);
-        const unsigned bits = info_.bitsperpixel;
-        unfilter(row[0], row + 1, rows_.previous(), static_cast<std::size_t>(bytesFor(columns, bits)),
-                 filterStep(bits));
-        place(area_[y], pass, row + 1, columns);
+    // A row may have been turned back together with one above it.
+    void turnBack(std::uint8_t* row, std::uint32_t length, std::uint32_t columns, std::uint32_t rowsLeft) {
+        if (row[0] == filterNone) return;
+        const unsigned bits = info_.bitsperpixel, step = filterStep(bits);
+        const std::size_t bytes = static_cast<std::size_t>(bytesFor(columns, bits));
+        if (step == 1 && unfilterTogether(rows_.atHand(length, rowsLeft), bytes)) return;
+        unfilter(row[0], row + 1, rows_.previous(), bytes, step);
+        row[0] = filterNone;
     }
 
     void place(std::uint8_t* to, const Pass& pass, const std::uint8_t* row, std::uint32_t columns) {
@@ -66,7 +73,7 @@ class Loader {
             isWhole(pass) ? placeBits(to, area_.bit(), row, columns)
                           : spreadBits(to, area_.bit(), pass, row, columns);
         else if (isWhole(pass))
-            format_.convert(to, row, columns);
+            convert_(to, row, columns);
         else
             placeSpread(to, pass, row, columns);
     }
@@ -96,6 +103,7 @@ class Loader {
     const Format& format_;
     AreaRows area_;
     std::uint32_t width_, height_;  // what file and area both have
+    Converter convert_;             // for rows that are whole
     RowSource rows_;
 };
 

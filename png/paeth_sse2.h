@@ -21,8 +21,18 @@ inline __m128i paethPlus(__m128i x, __m128i left, __m128i up, __m128i upLeft) {
     return _mm_or_si128(_mm_or_si128(ifGreater, ifLesser), ifUpLeft);
 }
 
-inline __m128i paeth(__m128i left, __m128i up, __m128i upLeft) {
-    return paethPlus(_mm_setzero_si128(), left, up, upLeft);
+// x plus the guess, for sixteen samples as bytes. Where up-left lies between left and up, d from the lesser
+// and e from the greater, the guess is the greater when 2 d <= e and the lesser when 2 e <= d; where it lies
+// outside, d or e is cut off at 0 and the same holds. Sums that are cut off at 255 do no harm: d + e is no
+// greater.
+inline __m128i paethPlus8(__m128i x, __m128i left, __m128i up, __m128i upLeft) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i d = _mm_subs_epu8(upLeft, _mm_min_epu8(left, up));
+    const __m128i e = _mm_subs_epu8(_mm_max_epu8(left, up), upLeft);
+    const __m128i isGreater = _mm_cmpeq_epi8(_mm_subs_epu8(_mm_adds_epu8(d, d), e), zero);
+    const __m128i isLesser = _mm_cmpeq_epi8(_mm_subs_epu8(_mm_adds_epu8(e, e), d), zero);
+    const __m128i fromUpLeft = _mm_sub_epi8(_mm_and_si128(isGreater, e), _mm_and_si128(isLesser, d));
+    return _mm_add_epi8(_mm_add_epi8(x, upLeft), fromUpLeft);
 }
 
 }  // namespace orn32::png

@@ -38,7 +38,7 @@ RowSource::~RowSource() {
 
 std::uint8_t* RowSource::next(std::uint32_t length) {
     const std::uint64_t bytes = std::uint64_t{length} + 1;
-    if (available() < bytes) refill();
+    if (isLow(bytes)) refill();
     if (available() < bytes) {
         if (fault_) throw *fault_;
         fail(badDataLength);
@@ -47,6 +47,22 @@ std::uint8_t* RowSource::next(std::uint32_t length) {
     current_ = next_;
     next_ += bytes;
     return current_;
+}
+
+Rows RowSource::atHand(std::uint32_t length, std::uint32_t rowsLeft) const {
+    const std::size_t stride = std::size_t{length} + 1;
+    const unsigned above = previous_ ? 1 : 0;
+    const std::uint64_t following = std::min<std::uint64_t>(available() / stride, rowsLeft - 1);
+    const std::uint64_t count = std::min<std::uint64_t>(above + 1 + following, rowsTogether);
+    return {current_ - above * stride, static_cast<unsigned>(count), stride};
+}
+
+// Rows are turned back faster in a number than one by one. To have more of them, what is left is moved to the
+// buffer's start, but not more often than that is worth.
+bool RowSource::isLow(std::uint64_t rowBytes) const {
+    if (available() < rowBytes) return true;
+    const auto used = static_cast<std::uint64_t>(next_ - buffer_.get());
+    return *next_ != filterNone && available() < rowsTogether * rowBytes && used > capacity_ / 2;
 }
 
 void RowSource::finish() {

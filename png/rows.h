@@ -10,6 +10,7 @@
 #include "core/memory.h"
 #include "png/adler.h"
 #include "png/data.h"
+#include "png/unfilter.h"
 
 namespace orn32::png {
 
@@ -29,6 +30,11 @@ class RowSource {
     // The row before the last one given out, without its filter byte; null at the start of a pass.
     const std::uint8_t* previous() const { return previous_ ? previous_ + 1 : nullptr; }
 
+    // The last row given out, the one before it, and as many of the rows that follow as have been
+    // decompressed: at most rowsTogether in all, and at most rowsLeft from the last one on. The caller may
+    // change them too.
+    Rows atHand(std::uint32_t length, std::uint32_t rowsLeft) const;
+
     void startPass() { current_ = nullptr; }
 
     // Fails unless the compressed data ends here too, and soundly.
@@ -36,6 +42,7 @@ class RowSource {
 
  private:
     std::uint64_t available() const { return static_cast<std::uint64_t>(end_ - next_); }
+    bool isLow(std::uint64_t rowBytes) const;
     void refill();
     void decompress();
     void decompressOnce(std::uint8_t* limit);

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "core/cpu.h"
+
 namespace orn32 {
 namespace {
 
@@ -43,13 +45,17 @@ void split(ColourRow row, unsigned x, const std::uint8_t* bgr) {
 
 }  // namespace
 
-void splitColours(ColourRow row, const std::uint8_t* bgr, unsigned count) {
+void splitColoursSse2(ColourRow row, const std::uint8_t* bgr, unsigned count) {
     unsigned x = 0;
     for (; x + 8 <= count; x += 8) split(row, x, bgr + std::size_t{3} * x);
     if (x == count) return;
     std::uint8_t rest[24] = {};
     std::memcpy(rest, bgr + std::size_t{3} * x, std::size_t{3} * (count - x));
     split(row, x, rest);
+}
+
+void splitColours(ColourRow row, const std::uint8_t* bgr, unsigned count) {
+    (hasAvx2() ? splitColoursAvx2 : splitColoursSse2)(row, bgr, count);
 }
 
 }  // namespace orn32

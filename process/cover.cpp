@@ -69,9 +69,8 @@ struct Layers {
     const imgdes& under;
     const imgdes& over;
     Size size;
-    bool colours;  // palette images, merged as colours
-    unsigned
-        step;  // bytes to decide on at a time: one in palette images even as colours (a quirk to be kept)
+    bool colours;   // palette images, merged as colours
+    unsigned step;  // bytes to decide on at a time: of palette images one, even as colours (a quirk to keep)
 };
 
 template <class Decision>

@@ -58,7 +58,7 @@ class NeighbourRows {
  public:
     NeighbourRows(unsigned columns, unsigned size) : size_(size) {
         const std::size_t pixels = (std::size_t{columns} + 15) / 16 * 16;
-        const std::size_t rowPixels = pixels + size, rowBytes = rowPixels * Format::rowBytes;
+        const std::size_t rowPixels = pixels + (size + 15) / 16 * 16, rowBytes = rowPixels * Format::rowBytes;
         const std::size_t bytes = rowBytes * size + pixels * Format::resultBytes + 16;
         memory_ = WorkArray<std::uint8_t>(MemoryEntry::second, bytes);
         if (!memory_) return;

@@ -119,8 +119,8 @@ struct ColourFilter : MorphologyFilter<Change> {
             });
             const __m128i stays =
                 _mm_packs_epi32(this->change.staysBrightness(low), this->change.staysBrightness(high));
-            joinColours(result, select(stays, loadLanes(rows[1].brightness + x + 1), extreme),
-                        select(stays, loadLanes(rows[1].blueRed + x + 1), blueRed));
+            joinColours<WordLanes>(result, select(stays, loadLanes(rows[1].brightness + x + 1), extreme),
+                                   select(stays, loadLanes(rows[1].blueRed + x + 1), blueRed));
         }
     }
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "orn32.h"
+#include "process/temporary_image.h"
 
 namespace orn32 {
 
@@ -17,26 +18,5 @@ namespace orn32 {
 
 // Whether two areas share memory, as far as a copy must care.
 bool areasOverlap(const imgdes& a, const imgdes& b);
-
-// A packed image that frees itself; its record is cleared where it could not be had.
-class TemporaryImage {
- public:
-    TemporaryImage() = default;
-    ~TemporaryImage() {
-        if (image_.header) freeimage(&image_);
-    }
-    TemporaryImage(const TemporaryImage&) = delete;
-    TemporaryImage& operator=(const TemporaryImage&) = delete;
-
-    [[nodiscard]] int allocate(unsigned width, unsigned height, unsigned bits) {
-        return allocDIB(&image_, width, height, bits);
-    }
-    operator imgdes*() { return &image_; }
-    imgdes& operator*() { return image_; }
-    explicit operator bool() const { return image_.header != nullptr; }
-
- private:
-    imgdes image_ = {};
-};
 
 }  // namespace orn32

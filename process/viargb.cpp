@@ -19,23 +19,19 @@ imgdes wholePicture(const imgdes& image) {
 
 }  // namespace
 
-RgbDetour::~RgbDetour() {
-    if (whole_.header) freeimage(&whole_);
-}
-
 int RgbDetour::expand(const imgdes& source) {
     imgdes picture = wholePicture(source);
     const auto width = static_cast<UINT>(source.header->biWidth);
     const auto height = static_cast<UINT>(source.header->biHeight);
-    if (const int code = allocDIB(&whole_, width, height, 24)) return code;
-    area_ = whole_;
+    if (const int code = whole_.allocate(width, height, 24)) return code;
+    area_ = *whole_;
     setimagearea(&area_, source.left, source.top, source.right, source.bottom);
-    return convertpaltorgb(&picture, &whole_);
+    return convertpaltorgb(&picture, whole_);
 }
 
 int RgbDetour::requantise(imgdes& destination) {
     imgdes picture = wholePicture(destination);
-    const int code = convertrgbtopalex(mostColours, &whole_, &picture, bySortedAxis);
+    const int code = convertrgbtopalex(mostColours, whole_, &picture, bySortedAxis);
     destination.palcolors = picture.palcolors;
     destination.imgkind = (destination.imgkind & ~greyMark) | (picture.imgkind & greyMark);
     return code;

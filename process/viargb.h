@@ -2,17 +2,13 @@
 #pragma once
 
 #include "orn32.h"
+#include "process/temporary_image.h"
 
 namespace orn32 {
 
 // A 24-bit copy of a palette image. The only working memory of the library that is as large as a picture.
 class RgbDetour {
  public:
-    RgbDetour() = default;
-    ~RgbDetour();
-    RgbDetour(const RgbDetour&) = delete;
-    RgbDetour& operator=(const RgbDetour&) = delete;
-
     // Makes the copy of the whole picture. Returns 0 or the code of allocDIB or convertpaltorgb.
     [[nodiscard]] int expand(const imgdes& source);
 
@@ -24,7 +20,7 @@ class RgbDetour {
     [[nodiscard]] int requantise(imgdes& destination);
 
  private:
-    imgdes whole_ = {};
+    TemporaryImage whole_;
     imgdes area_ = {};
 };
 

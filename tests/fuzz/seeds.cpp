@@ -69,14 +69,14 @@ void pngs(Random& random) {
         unsigned type, depth, bits;
     } kinds[] = {{0, 1, 1}, {0, 2, 2}, {0, 4, 4}, {0, 8, 8},  {0, 16, 16}, {2, 8, 24}, {2, 16, 48}, {3, 1, 1},
                  {3, 2, 2}, {3, 4, 4}, {3, 8, 8}, {4, 8, 16}, {4, 16, 32}, {6, 8, 32}, {6, 16, 64}};
-    for (const auto& kind : kinds)
+    const auto make = [&](const auto& kind, unsigned width, unsigned height) {
         for (const int level : {0, 6}) {
             Bytes rows;
-            for (unsigned y = 0; y < 9; y++) {
+            for (unsigned y = 0; y < height; y++) {
                 rows.push_back(static_cast<std::uint8_t>(y % 5));
-                rows = rows + random.bytes((11 * kind.bits + 7) / 8);
+                rows = rows + random.bytes((width * kind.bits + 7) / 8);
             }
-            std::vector<Chunk> chunks = {headerChunk(11, 9, kind.depth, kind.type),
+            std::vector<Chunk> chunks = {headerChunk(width, height, kind.depth, kind.type),
                                          {"gAMA", {0, 0, 0xB1, 0x8F}},
                                          {"pHYs", {0, 0, 1, 0, 0, 0, 1, 0, 1}},
                                          {"oFFs", {0, 0, 0, 1, 0, 0, 0, 2, 0}},
@@ -87,6 +87,10 @@ void pngs(Random& random) {
             chunks.push_back({"IEND", {}});
             keep("png", pngFile(chunks));
         }
+    };
+    for (const auto& kind : kinds) make(kind, 11, 9);
+    make(kinds[3], 90, 40);  // rows that are turned back together
+    make(kinds[10], 101, 20);
 }
 
 void jpegs(Random& random) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "png/adler.h"
+#include "png/copy.h"
 #include "png/crc.h"
 #include "png/swap.h"
 #include "png/unfilter.h"
@@ -30,12 +31,6 @@ class MarginRow {
  private:
     GuardedBytes memory_;
 };
-
-unsigned plainMeasure(const Bytes& bytes) {
-    unsigned sum = 0;
-    for (const std::uint8_t b : bytes) sum += b < 128 ? b : 256u - b;
-    return sum;
-}
 
 }  // namespace
 
@@ -81,6 +76,47 @@ TEST(Unfilter, PaethChoosesRightWhateverTheNeighbours) {
     }
 }
 
+// Rows of all filters, chosen from a few kinds of mixtures, under a row that is turned back already or none.
+// Behind the bytes wanted the rows may go on.
+TEST(Unfilter, RowsTurnedBackTogetherAreThoseTurnedBackOneByOne) {
+    const struct {
+        const char* name;
+        std::vector<std::uint8_t> filters;
+    } mixtures[] = {{"Average", {3}},
+                    {"Paeth", {4}},
+                    {"all but Average", {0, 1, 2, 4, 4, 4}},
+                    {"all", {0, 1, 2, 3, 4, 4, 5, 255}}};
+    Random random(7);
+    int together = 0, alone = 0;
+    for (std::size_t bytes = 1; bytes <= 180; bytes++)
+        for (unsigned count = 1; count <= rowsTogether; count++)
+            for (const auto& mixture : mixtures) {
+                const std::size_t stride = 1 + bytes + (random.oneIn(2) ? random.below(20) : 0);
+                const GuardedBytes memory(random.bytes(count * stride + 16));
+                for (unsigned r = 0; r < count; r++)
+                    memory.data()[r * stride] =
+                        mixture.filters[random.below(static_cast<std::uint32_t>(mixture.filters.size()))];
+                if (random.oneIn(2)) memory.data()[0] = filterNone;
+                const Bytes before(memory.data(), memory.data() + count * stride + 16);
+                Bytes want = before, above(bytes);
+                for (unsigned r = 0; r < count; r++) {
+                    const auto row = want.begin() + static_cast<std::ptrdiff_t>(r * stride);
+                    const auto end = row + 1 + static_cast<std::ptrdiff_t>(bytes);
+                    above = plainUnfilter(*row, Bytes(row + 1, end), above, 1);
+                    *row = filterNone;
+                    std::copy(above.begin(), above.end(), row + 1);
+                }
+                const bool done = unfilterTogether({memory.data(), count, stride}, bytes);
+                (done ? together : alone)++;
+                ASSERT_TRUE(std::equal(before.begin(), before.end(), memory.data()) || done)
+                    << "touched, but not turned back";
+                ASSERT_TRUE(!done || std::equal(want.begin(), want.end(), memory.data()))
+                    << mixture.name << ", " << count << " rows of " << bytes << " bytes, stride " << stride;
+            }
+    EXPECT_GT(together, 1000);
+    EXPECT_GT(alone, 1000);
+}
+
 TEST(ApplyFilter, IsThePlainFilterAtEveryLengthAndStep) {
     Random random(2);
     for (const unsigned step : {1u, 3u})
@@ -119,11 +155,7 @@ TEST(BestFilter, HasTheLeastSumOfMagnitudesAndIsTheFirstOfEquals) {
         const std::uint32_t range = 1 + random.below(256);  // narrow ranges make equals
         for (auto& b : row) b = static_cast<std::uint8_t>(b % range + 100);
         for (auto& b : above) b = static_cast<std::uint8_t>(b % range + 100);
-        unsigned want = 0;
-        for (unsigned filter = 1; filter < 5; filter++)
-            if (plainMeasure(plainFilter(filter, row, above, step)) <
-                plainMeasure(plainFilter(want, row, above, step)))
-                want = filter;
+        const unsigned want = plainBestFilter(row, above, step);
         MarginRow r(row), a(above);
         ASSERT_EQ(bestFilter(r.pixels(), a.pixels(), length, step), want)
             << "length " << length << " step " << step;
@@ -147,6 +179,18 @@ TEST(SwapRedAndBlue, ExchangesTheOuterBytesOfEveryPixelAndTouchesNothingElse) {
         for (std::uint32_t i = 0; i < count * 3; i++)
             ASSERT_EQ(to.data()[i], from[i / 3 * 3 + 2 - i % 3]) << count << " pixels, byte " << i;
     }
+}
+
+TEST(CopyPastCaches, CopiesEveryLengthToEveryPlaceAndTouchesNothingElse) {
+    Random random(8);
+    for (std::uint32_t count = 0; count <= 200; count++)
+        for (std::uint32_t place = 0; place < 64; place += 3) {
+            const GuardedBytes from(random.bytes(count)), to(Bytes(place + count, 0xEE));
+            copyPastCaches(to.data() + place, from.data(), count);
+            ASSERT_TRUE(std::equal(from.data(), from.data() + count, to.data() + place))
+                << count << " at " << place;
+            ASSERT_EQ(std::count(to.data(), to.data() + place, 0xEE), place);
+        }
 }
 
 TEST(Checksums, AreThePlainOnesAtEveryLengthAndPlace) {

@@ -31,17 +31,13 @@ PngInfo infoWith(unsigned depth, unsigned type, const std::vector<Chunk>& betwee
     return infoOf(fileWith(headerChunk(13, 7, depth, type), between));
 }
 
+static_assert(sizeof(PngInfo) == 104 && offsetof(PngInfo, trnslen) == 52 &&
+              offsetof(PngInfo, bkgdlen) == 68 && offsetof(PngInfo, resunit) == 84 &&
+              offsetof(PngInfo, offsetunit) == 100);
+
 const Chunk rgbHeader = headerChunk(13, 7, 8, 2);
 
 }  // namespace
-
-TEST(PngInfo, TheRecordHas26FieldsOf32Bits) {
-    EXPECT_EQ(sizeof(PngInfo), 104u);
-    EXPECT_EQ(offsetof(PngInfo, trnslen), 52u);
-    EXPECT_EQ(offsetof(PngInfo, bkgdlen), 68u);
-    EXPECT_EQ(offsetof(PngInfo, resunit), 84u);
-    EXPECT_EQ(offsetof(PngInfo, offsetunit), 100u);
-}
 
 TEST(PngInfo, EachKindOfPixelsIsDescribed) {
     const struct {
@@ -69,44 +65,64 @@ TEST(PngInfo, EachKindOfPixelsIsDescribed) {
     }
 }
 
-TEST(PngInfo, TransparencyOfAPaletteIsItsFirstLowestEntry) {
-    const PngInfo info = infoWith(8, 3, {{"tRNS", {9, 4, 200, 4, 255}}, {"tRNS", {0, 0, 0}}});
-    EXPECT_EQ(info.hastrns, 1u);
-    EXPECT_EQ(info.trnslen, 1u);
-    EXPECT_EQ(info.trns[0], 1);
-    EXPECT_EQ(info.trns[1], 0);
-    EXPECT_EQ(infoWith(8, 3, {{"tRNS", Bytes(257)}}).hastrns, 0u);
-    EXPECT_EQ(infoWith(8, 3, {{"tRNS", Bytes(257)}, {"tRNS", {5, 5, 1}}}).trns[0], 2);
-    EXPECT_EQ(infoWith(8, 3, {{"tRNS", {}}}).hastrns, 1u);
+using Set = void (*)(PngInfo&);
+
+// The fields that the chunks set in a record that has none of them: all others stay.
+void expectFields(const char* what, unsigned depth, unsigned type, const std::vector<Chunk>& chunks,
+                  Set set) {
+    PngInfo want = infoWith(depth, type, {});
+    const PngInfo have = infoWith(depth, type, chunks);
+    set(want);
+    for (std::size_t field = 0; field < sizeof want / 4; field++)
+        EXPECT_EQ(reinterpret_cast<const unsigned*>(&have)[field],
+                  reinterpret_cast<const unsigned*>(&want)[field])
+            << what << ", field " << field + 1;
 }
 
-TEST(PngInfo, TransparentAndBackgroundColoursAreTurnedIntoNumbers) {
-    const PngInfo info = infoWith(16, 2, {{"tRNS", {1, 2, 3, 4, 5, 6}}, {"bKGD", {7, 8, 9, 10, 11, 12}}});
-    EXPECT_EQ(info.trnslen, 6u);
-    EXPECT_EQ(info.trns[0], 0x102);
-    EXPECT_EQ(info.trns[2], 0x506);
-    EXPECT_EQ(info.trns[3], 0);
-    EXPECT_EQ(info.bkgdlen, 6u);
-    EXPECT_EQ(info.bkgd[0], 0x708);
-    EXPECT_EQ(info.bkgd[2], 0xB0C);
-    const PngInfo longer = infoWith(16, 2, {{"tRNS", {1, 2, 3, 4, 5, 6, 7, 8}}, {"bKGD", Bytes(7)}});
-    EXPECT_EQ(longer.trnslen, 6u);
-    EXPECT_EQ(longer.trns[3], 0);
-    EXPECT_EQ(longer.hasbkgd, 0u);
-    const PngInfo twice = infoWith(8, 0, {{"bKGD", {0, 3}}, {"bKGD", {0, 4}}});
-    EXPECT_EQ(twice.bkgd[0], 3);
-    EXPECT_EQ(twice.bkgdlen, 2u);
-    EXPECT_EQ(infoWith(8, 3, {{"bKGD", {77}}}).bkgd[0], 77);
-    const PngInfo pair = infoWith(8, 3, {{"bKGD", {1, 2}}});
-    EXPECT_EQ(pair.bkgd[0], 0x201) << "a palette's bytes stay in their order";
+TEST(PngInfo, TransparencyIsThePalettesFirstLowestEntryOrAColour) {
+    const Set none = [](PngInfo&) {}, second = [](PngInfo&i) { i.hastrns = i.trnslen = i.trns[0] = 1; };
+    const Set colour = [](PngInfo& i) {
+        i.hastrns = 1, i.trnslen = 6, i.trns[0] = 0x102, i.trns[1] = 0x304, i.trns[2] = 0x506;
+    };
+    expectFields("the first lowest", 8, 3, {{"tRNS", {9, 4, 200, 4, 255}}}, second);
+    expectFields("the first chunk", 8, 3, {{"tRNS", {2, 1}}, {"tRNS", {0, 0}}}, second);
+    expectFields("too many entries", 8, 3, {{"tRNS", Bytes(257)}}, none);
+    expectFields("the first with few", 8, 3, {{"tRNS", Bytes(257)}, {"tRNS", {5, 1}}}, second);
+    expectFields("empty", 8, 3, {{"tRNS", {}}}, [](PngInfo& i) { i.hastrns = i.trnslen = 1; });
+    expectFields("a colour", 16, 2, {{"tRNS", {1, 2, 3, 4, 5, 6}}}, colour);
+    expectFields("bytes behind it", 16, 2, {{"tRNS", {1, 2, 3, 4, 5, 6, 7, 8}}}, colour);
 }
 
-TEST(PngInfo, ResolutionUnitKeepsTheUpperBitsOfTheVerticalResolution) {
+TEST(PngInfo, TheBackgroundIsTurnedIntoNumbersButForPalettes) {
+    const Set colour = [](PngInfo& i) {
+        i.hasbkgd = 1, i.bkgdlen = 6, i.bkgd[0] = 0x708, i.bkgd[1] = 0x90A, i.bkgd[2] = 0xB0C;
+    };
+    const Set grey = [](PngInfo& i) { i.hasbkgd = 1, i.bkgdlen = 2, i.bkgd[0] = 3; };
+    const Set index = [](PngInfo& i) { i.hasbkgd = 1, i.bkgdlen = 2, i.bkgd[0] = 0x201; };
+    expectFields("a colour", 16, 2, {{"bKGD", {7, 8, 9, 10, 11, 12}}}, colour);
+    expectFields("too long", 16, 2, {{"bKGD", Bytes(7)}}, [](PngInfo&) {});
+    expectFields("the first", 8, 0, {{"bKGD", {0, 3}}, {"bKGD", {0, 4}}}, grey);
+    expectFields("a palette's bytes stay in their order", 8, 3, {{"bKGD", {1, 2}}}, index);
+}
+
+TEST(PngInfo, GammaSizesOffsetAndSignificantBitsAreReported) {
     const Bytes dpi300 = bigEndian32(11811) + bigEndian32(11811) + Bytes{1};
-    const PngInfo info = infoWith(8, 2, {{"pHYs", dpi300}});
-    EXPECT_EQ(info.xres, 11811u);
-    EXPECT_EQ(info.yres, 11811u);
-    EXPECT_EQ(info.resunit, 0x2E01u);
+    const Bytes offset = bigEndian32(0xFFFFFFF0) + bigEndian32(99) + Bytes{1};
+    const Set units = [](PngInfo& i) { i.xres = i.yres = 11811, i.resunit = 0x2E01; };
+    const Set offsets = [](PngInfo& i) { i.xoffset = -16, i.yoffset = 99, i.offsetunit = 1; };
+    const Set two = [](PngInfo& i) { i.sbit[0] = 5, i.sbit[1] = 6; };
+    const Set three = [](PngInfo& i) { i.sbit[0] = 5, i.sbit[1] = 6, i.sbit[2] = 7; };
+    expectFields("the unit keeps upper bits of the resolution", 8, 2, {{"pHYs", dpi300}}, units);
+    expectFields("gamma", 8, 2, {{"gAMA", bigEndian32(45455)}}, [](PngInfo& i) { i.gamma = 45455; });
+    expectFields("offset", 8, 2, {{"oFFs", offset}}, offsets);
+    expectFields("grey and alpha", 8, 4, {{"sBIT", {5, 6}}}, two);
+    expectFields("a palette's three", 8, 3, {{"sBIT", {5, 6, 7, 8}}}, three);
+    expectFields("the last", 8, 6, {{"sBIT", {1, 2, 3, 4}}, {"sBIT", {5, 6}}}, two);
+    expectFields("too short", 8, 2, {{"gAMA", {1, 2, 3}}, {"pHYs", Bytes(8, 1)}, {"oFFs", Bytes(8, 1)}},
+                 [](PngInfo&) {});
+}
+
+TEST(PngInfo, ResolutionIsReadInBothForms) {
     TempFile file(".png");
     writeFile(file.name(),
               fileWith(rgbHeader, {{"pHYs", bigEndian32(5) + bigEndian32(0x12345678) + Bytes{0}}}));
@@ -119,31 +135,6 @@ TEST(PngInfo, ResolutionUnitKeepsTheUpperBitsOfTheVerticalResolution) {
     EXPECT_EQ(pnggetxyresolutionW(file.wideName(), &x, &y, &unit), 0);
     EXPECT_EQ(unit, 0x12345600);
     EXPECT_EQ(pnggetxyresolution("no such file.png", &x, &y, &unit), ERR_OPEN);
-}
-
-TEST(PngInfo, GammaOffsetAndSignificantBitsAreReported) {
-    const PngInfo info = infoWith(8, 4,
-                                  {{"gAMA", bigEndian32(45455)},
-                                   {"oFFs", bigEndian32(0xFFFFFFF0) + bigEndian32(99) + Bytes{1}},
-                                   {"sBIT", {5, 6}}});
-    EXPECT_EQ(info.gamma, 45455u);
-    EXPECT_EQ(info.xoffset, -16);
-    EXPECT_EQ(info.yoffset, 99);
-    EXPECT_EQ(info.offsetunit, 1u);
-    EXPECT_EQ(info.sbit[0], 5);
-    EXPECT_EQ(info.sbit[1], 6);
-    EXPECT_EQ(info.sbit[2], 0);
-    EXPECT_EQ(infoWith(8, 3, {{"sBIT", {5, 6, 7, 8}}}).sbit[2], 7);
-    EXPECT_EQ(infoWith(8, 3, {{"sBIT", {5, 6, 7, 8}}}).sbit[3], 0);
-    EXPECT_EQ(infoWith(8, 6, {{"sBIT", {5, 6, 7, 8}}}).sbit[3], 8);
-    EXPECT_EQ(infoWith(8, 6, {{"sBIT", {5, 6, 7, 8}}, {"sBIT", {1}}}).sbit[3], 0);
-}
-
-TEST(PngInfo, ChunksTooShortForTheirFieldsSetNone) {
-    const PngInfo info = infoWith(8, 2, {{"gAMA", {1, 2, 3}}, {"pHYs", Bytes(8, 1)}, {"oFFs", Bytes(8, 1)}});
-    EXPECT_EQ(info.gamma, 0u);
-    EXPECT_EQ(info.xres, 0u);
-    EXPECT_EQ(info.xoffset, 0);
 }
 
 TEST(PngInfo, UnknownChunksAreSkippedWhenAncillaryOnly) {

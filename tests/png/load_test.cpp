@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <array>
+#include <functional>
 
 #include "core/memory.h"
 #include "orn32.h"
@@ -20,8 +20,8 @@ const Kind kinds[] = {{0, 1}, {0, 2}, {0, 4}, {0, 8}, {0, 16}, {2, 8}, {2, 16}, 
                       {3, 2}, {3, 4}, {3, 8}, {4, 8}, {4, 16}, {6, 8}, {6, 16}};
 
 Bytes fileOf(Picture& picture, Random& random, std::size_t dataSize = 8192) {
-    const Bytes rows =
-        filteredRows(picture, [&] { return random.oneIn(50) ? random.below(256) : random.below(5); });
+    const Bytes rows = filteredRows(
+        picture, [&](auto&&...) { return random.oneIn(50) ? random.below(256) : random.below(5); });
     std::vector<Chunk> chunks = {
         headerChunk(picture.width, picture.height, picture.depth, picture.type, picture.interlaced)};
     if (picture.type == 3) chunks.push_back({"PLTE", random.bytes(3u << picture.depth)});
@@ -56,11 +56,12 @@ TEST(LoadPng, EveryKindOfPixelsLandsInTheAreaAndNothingElseChanges) {
     MemoryWatch watch;
     for (int round = 0; round < 3000; round++) {
         const Kind kind = kinds[random.below(15)];
+        const unsigned most = random.oneIn(2) ? 9 : 100;  // Adam7's passes, and rows long enough for vectors
         Picture picture =
-            randomPicture(random, 1 + random.below(40), 1 + random.below(20), kind.depth, kind.type);
+            randomPicture(random, 1 + random.below(most), 1 + random.below(40), kind.depth, kind.type);
         picture.interlaced = random.oneIn(2);
         const GuardedBytes file(fileOf(picture, random, 1 + random.below(200)));
-        TestImage image(1 + random.below(50), 1 + random.below(25), picture.dibBits());
+        TestImage image(1 + random.below(most + 10), 1 + random.below(45), picture.dibBits());
         image.randomise(random);
         TestImage before(static_cast<unsigned>(image.width()), static_cast<unsigned>(image.height()),
                          image.bitsPerPixel());
@@ -74,53 +75,46 @@ TEST(LoadPng, EveryKindOfPixelsLandsInTheAreaAndNothingElseChanges) {
 
 TEST(LoadPng, LargePicturesOfEveryKindComeThrough) {
     Random random(2);
+    const auto check = [&](const Kind& kind, unsigned width, unsigned height, bool interlaced) {
+        Picture picture = randomPicture(random, width, height, kind.depth, kind.type);
+        picture.interlaced = interlaced;
+        const GuardedBytes file(fileOf(picture, random));
+        TestImage image(width, height, picture.dibBits()), before(width, height, picture.dibBits());
+        ASSERT_EQ(loadpngfrombuffer(file.data(), image), 0) << describe(picture);
+        expectPicture(picture, before, image);
+    };
     for (const Kind& kind : kinds)
-        for (const bool interlaced : {false, true}) {
-            Picture picture = randomPicture(random, 701, 211, kind.depth, kind.type);
-            picture.interlaced = interlaced;
-            const GuardedBytes file(fileOf(picture, random));
-            TestImage image(701, 211, picture.dibBits()), before(701, 211, picture.dibBits());
-            ASSERT_EQ(loadpngfrombuffer(file.data(), image), 0) << describe(picture);
-            expectPicture(picture, before, image);
-        }
-}
-
-TEST(LoadPng, InterlacedPicturesOfEverySmallSizeComeThrough) {
-    Random random(3);
-    for (unsigned width = 1; width <= 17; width++)
-        for (unsigned height = 1; height <= 17; height++)
-            for (const Kind kind : {Kind{3, 1}, Kind{0, 4}, Kind{2, 8}}) {
-                Picture picture = randomPicture(random, width, height, kind.depth, kind.type);
-                picture.interlaced = true;
-                const GuardedBytes file(fileOf(picture, random));
-                TestImage image(width, height, picture.dibBits()), before(width, height, picture.dibBits());
-                ASSERT_EQ(loadpngfrombuffer(file.data(), image), 0) << describe(picture);
-                expectPicture(picture, before, image);
-            }
+        for (const bool interlaced : {false, true}) check(kind, 701, 211, interlaced);
+    check({0, 8}, 1999, 1111, false);  // larger than the caches are taken to be
 }
 
 TEST(LoadPng, NarrowWideAndBufferFormsReadTheSame) {
     Random random(4);
     Picture picture = randomPicture(random, 30, 20, 8, 3);
     const Bytes bytes = fileOf(picture, random);
+    const GuardedBytes buffer(bytes);
     TempFile file(".png");
     writeFile(file.name(), bytes);
-    TestImage a(30, 20, 8), b(30, 20, 8), c(30, 20, 8);
-    ASSERT_EQ(loadpng(file.name(), a), 0);
-    ASSERT_EQ(loadpngW(file.wideName(), b), 0);
-    ASSERT_EQ(loadpngfrombuffer(GuardedBytes(bytes).data(), c), 0);
-    EXPECT_EQ(a.bytes(), b.bytes());
-    EXPECT_EQ(a.bytes(), c.bytes());
-    RGBQUAD x[256], y[256], z[256];
-    EXPECT_EQ(loadpngpalette(file.name(), x), 256);
-    EXPECT_EQ(loadpngpaletteW(file.wideName(), y), 256);
-    EXPECT_EQ(loadpngpalettefrombuffer(GuardedBytes(bytes).data(), z), 256);
-    EXPECT_EQ(std::memcmp(x, y, sizeof x), 0);
-    EXPECT_EQ(std::memcmp(x, z, sizeof x), 0);
-    EXPECT_EQ(std::memcmp(x, a->palette, sizeof x), 0);
-    EXPECT_EQ(loadpng("no such file.png", a), ERR_OPEN);
-    EXPECT_EQ(loadpngpaletteW(L"no such file.png", x), ERR_OPEN);
-    EXPECT_EQ(loadpngfrombuffer(nullptr, a), ERR_OPEN);
+    const std::function<int(imgdes*)> loads[] = {
+        [&](imgdes* i) { return loadpng(file.name(), i); },
+        [&](imgdes* i) { return loadpngW(file.wideName(), i); },
+        [&](imgdes* i) { return loadpngfrombuffer(buffer.data(), i); }};
+    const std::function<int(RGBQUAD*)> palettes[] = {
+        [&](RGBQUAD* p) { return loadpngpalette(file.name(), p); },
+        [&](RGBQUAD* p) { return loadpngpaletteW(file.wideName(), p); },
+        [&](RGBQUAD* p) { return loadpngpalettefrombuffer(buffer.data(), p); }};
+    for (int form = 0; form < 3; form++) {
+        TestImage image(30, 20, 8), before(30, 20, 8);
+        ASSERT_EQ(loads[form](image), 0) << form;
+        expectPicture(picture, before, image);
+        RGBQUAD palette[256];
+        ASSERT_EQ(palettes[form](palette), 256) << form;
+        EXPECT_EQ(std::memcmp(palette, image->palette, sizeof palette), 0) << form;
+    }
+    TestImage image(30, 20, 8);
+    EXPECT_EQ(loadpng("no such file.png", image), ERR_OPEN);
+    EXPECT_EQ(loadpngpaletteW(L"no such file.png", image->palette), ERR_OPEN);
+    EXPECT_EQ(loadpngfrombuffer(nullptr, image), ERR_OPEN);
 }
 
 TEST(LoadPng, AnImageOfOtherBitsIsRefusedBeforeAnythingIsStored) {
@@ -165,7 +159,7 @@ Bytes paletteFile(Random& random, const Bytes& colours, bool withPalette = true)
     Picture picture = randomPicture(random, 9, 9, 8, 3);
     std::vector<Chunk> chunks = {headerChunk(9, 9, 8, 3)};
     if (withPalette) chunks.push_back({"PLTE", colours});
-    chunks.push_back({"IDAT", compressed(filteredRows(picture, [] { return 0u; }))});
+    chunks.push_back({"IDAT", compressed(filteredRows(picture, [](auto&&...) { return 0u; }))});
     chunks.push_back({"IEND", {}});
     return pngFile(chunks);
 }

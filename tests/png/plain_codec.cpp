@@ -107,7 +107,17 @@ Bytes plainUnfilter(unsigned filter, Bytes row, const Bytes& above, unsigned ste
     return row;
 }
 
-Bytes filteredRows(Picture& picture, const std::function<unsigned()>& pickFilter) {
+unsigned plainBestFilter(const Bytes& row, const Bytes& above, unsigned step) {
+    unsigned best = 0, bestSum = ~0u;
+    for (unsigned filter = 0; filter < 5; filter++) {
+        unsigned sum = 0;
+        for (const std::uint8_t b : plainFilter(filter, row, above, step)) sum += b < 128 ? b : 256u - b;
+        if (sum < bestSum) best = filter, bestSum = sum;
+    }
+    return best;
+}
+
+Bytes filteredRows(Picture& picture, const PickFilter& pickFilter) {
     Bytes out, above;
     const unsigned n = picture.channels();
     forEachRow(picture, [&](const std::vector<unsigned>& columns, unsigned y, bool first) {
@@ -117,7 +127,7 @@ Bytes filteredRows(Picture& picture, const std::function<unsigned()>& pickFilter
             for (unsigned c = 0; c < n; c++, at += picture.depth)
                 putBits(row, at, picture.depth, picture.sample(x, y, c));
         if (first) above.assign(row.size(), 0);
-        const unsigned filter = pickFilter();
+        const unsigned filter = pickFilter(row, above, stepOf(picture));
         out.push_back(static_cast<std::uint8_t>(filter));
         const Bytes filtered = plainFilter(filter, row, above, stepOf(picture));
         out.insert(out.end(), filtered.begin(), filtered.end());
@@ -126,8 +136,25 @@ Bytes filteredRows(Picture& picture, const std::function<unsigned()>& pickFilter
     return out;
 }
 
-Picture unfilteredPicture(const Chunk& header, const Bytes& rows, std::vector<unsigned>* filters) {
-    const Bytes& h = header.data;
+Bytes rowsOf(const Bytes& file) {
+    Bytes data;
+    for (const Chunk& chunk : chunksOf(file))
+        if (chunk.type == "IDAT") data = std::move(data) + chunk.data;
+    Bytes rows(1 << 16);
+    uLongf size;
+    int result;
+    while (rows.resize(rows.size() * 2), size = static_cast<uLongf>(rows.size()),
+           (result = uncompress(rows.data(), &size, data.data(), static_cast<uLong>(data.size()))) ==
+                   Z_BUF_ERROR &&
+               rows.size() < (1u << 28)) {
+    }
+    if (result != Z_OK) throw std::runtime_error("compressed data");
+    rows.resize(size);
+    return rows;
+}
+
+Picture decoded(const Bytes& file, std::vector<unsigned>* filters) {
+    const Bytes h = chunksOf(file).at(0).data, rows = rowsOf(file);
     Picture picture = {
         fromBigEndian32(&h.at(0)), fromBigEndian32(&h.at(4)), h.at(8), h.at(9), h.at(12) == 1, {}};
     const unsigned n = picture.channels();
@@ -151,24 +178,6 @@ Picture unfilteredPicture(const Chunk& header, const Bytes& rows, std::vector<un
     });
     if (at != rows.size()) throw std::runtime_error("too many rows");
     return picture;
-}
-
-Picture decoded(const Bytes& file, std::vector<unsigned>* filters) {
-    Bytes data;
-    const std::vector<Chunk> chunks = chunksOf(file);
-    for (const Chunk& chunk : chunks)
-        if (chunk.type == "IDAT") data = std::move(data) + chunk.data;
-    Bytes rows(1 << 16);
-    uLongf size;
-    int result;
-    while (rows.resize(rows.size() * 2), size = static_cast<uLongf>(rows.size()),
-           (result = uncompress(rows.data(), &size, data.data(), static_cast<uLong>(data.size()))) ==
-                   Z_BUF_ERROR &&
-               rows.size() < (1u << 28)) {
-    }
-    if (result != Z_OK) throw std::runtime_error("compressed data");
-    rows.resize(size);
-    return unfilteredPicture(chunks.at(0), rows, filters);
 }
 
 }  // namespace test

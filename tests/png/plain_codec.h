@@ -26,18 +26,23 @@ struct Picture {
 
 Picture randomPicture(Random& random, unsigned width, unsigned height, unsigned depth, unsigned type);
 
-// The filtered rows of all passes. pickFilter gives each row's filter byte: 0 to 4 filter, others do not.
-Bytes filteredRows(Picture& picture, const std::function<unsigned()>& pickFilter);
+// The filtered rows of all passes. pickFilter gives each row's filter byte, of the row, the one above and the
+// step: 0 to 4 filter, others do not.
+using PickFilter = std::function<unsigned(const Bytes& row, const Bytes& above, unsigned step)>;
+Bytes filteredRows(Picture& picture, const PickFilter& pickFilter);
 
-// The way back, of uncompressed data that must be exactly as long as it has to be.
-// filters, where given, receives the filter byte of every row.
-Picture unfilteredPicture(const Chunk& header, const Bytes& rows, std::vector<unsigned>* filters = nullptr);
+// All data of a file, uncompressed.
+Bytes rowsOf(const Bytes& file);
 
-// Decodes a sound file.
+// Decodes a sound file, whose data must be exactly as long as it has to be. filters, where given, receives
+// the filter byte of every row.
 Picture decoded(const Bytes& file, std::vector<unsigned>* filters = nullptr);
 
 // One row's bytes through one of the five filters (there, or back).
 Bytes plainFilter(unsigned filter, const Bytes& row, const Bytes& above, unsigned step);
 Bytes plainUnfilter(unsigned filter, Bytes row, const Bytes& above, unsigned step);
+
+// The filter with the least sum of magnitudes, of equals the first.
+unsigned plainBestFilter(const Bytes& row, const Bytes& above, unsigned step);
 
 }  // namespace test

@@ -83,17 +83,3 @@ TEST(Histogram, AMissingTableIsReportedAfterTheRedOneIsCleared) {
     EXPECT_EQ(calchistorgb(pal, t.red, t.green, t.blue, 0), 0);
     EXPECT_EQ(calchistorgb(nullptr, t.red, t.green, t.blue, 1), ERR_RANGE);
 }
-
-TEST(Histogram, TheRowBufferMayFail) {
-    TestImage pal(5, 5, 8);
-    pal->imgkind = 0;
-    Tables t;
-    const int steps = failEveryAllocation([&] { return calchistorgb(pal, t.red, t.green, t.blue, 1); },
-                                          [&](int, int result, const MemoryWatch& watch) {
-                                              EXPECT_EQ(result, ERR_MEMORY);
-                                              EXPECT_EQ(watch.live(), 0);
-                                              EXPECT_EQ(std::count(t.red, t.red + 256, 0), 256);
-                                          });
-    EXPECT_EQ(steps, 1);
-    EXPECT_EQ(t.green[0], 25);
-}

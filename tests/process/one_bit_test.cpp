@@ -3,31 +3,23 @@
 
 #include <array>
 
-#include "process/bit_rows.h"
 #include "tests/process/pictures.h"
-#include "tests/support/guarded.h"
 #include "tests/support/memory_watch.h"
 
 using namespace test;
 
 namespace {
 
-constexpr int matrix[8][8] = {{0, 38, 9, 47, 2, 40, 11, 50},  {25, 12, 35, 22, 27, 15, 37, 24},
-                              {6, 44, 3, 41, 8, 47, 5, 43},   {31, 19, 28, 15, 34, 21, 31, 18},
-                              {1, 39, 11, 49, 0, 39, 10, 48}, {27, 14, 36, 23, 26, 13, 35, 23},
-                              {7, 46, 4, 43, 7, 45, 3, 42},   {33, 20, 30, 17, 32, 19, 29, 16}};
-
 Grid<int> greyLevels(const TestImage& source, const TestImage& destination) {
-    Grid<int> levels(commonWidth(source, destination), commonHeight(source, destination));
+    const Grid<unsigned> indices = commonPixels(source, destination);
+    Grid<int> levels(indices.width, indices.height);
     const bool isGrey = (source.image.imgkind & 1) || isgrayscaleimage(&source.image);
-    for (int y = 0; y < levels.height; y++)
-        for (int x = 0; x < levels.width; x++) {
-            const unsigned index = source.pixel(int(source.image.left) + x, int(source.image.top) + y);
-            const Colour c = paletteColour(source.image, index);
-            const int grey =
-                int(index) < source.image.palcolors ? (30 * c.red + 59 * c.green + 11 * c.blue) / 100 : 0;
-            levels.at(x, y) = isGrey ? int(index) : grey;
-        }
+    for (std::size_t i = 0; i < levels.pixels.size(); i++) {
+        const int index = int(indices.pixels[i]);
+        const Colour c = paletteColour(source.image, indices.pixels[i]);
+        const int grey = index < source.image.palcolors ? (30 * c.red + 59 * c.green + 11 * c.blue) / 100 : 0;
+        levels.pixels[i] = isGrey ? index : grey;
+    }
     return levels;
 }
 
@@ -58,12 +50,9 @@ Grid<unsigned> plainBits(int mode, const Grid<int>& levels) {
     Grid<unsigned> result(levels.width, levels.height);
     for (int y = 0; y < levels.height; y++)
         for (int x = 0; x < levels.width; x++)
-            result.at(x, y) = mode == 1 ? levels.at(x, y) > 5 * matrix[y % 8][x % 8] : levels.at(x, y) >= 128;
+            result.at(x, y) =
+                mode == 1 ? levels.at(x, y) > 5 * ditherMatrix[y % 8][x % 8] : levels.at(x, y) >= 128;
     return result;
-}
-
-unsigned same(unsigned pixel) {
-    return pixel;
 }
 
 // Noise, slow gradients, flat levels near the ends and the middle.
@@ -86,6 +75,7 @@ void paintLevels(TestImage& image, Random& random) {
 TEST(OneBit, FromLevelsAgreesWithThePlainVersionOverRandomAreas) {
     Random random(61);
     for (int round = 0; round < 3000; round++) {
+        const MemoryWatch watch;
         const int mode = random.between(-1, 3);
         TestImage source(1 + random.below(70), 1 + random.below(30), 8);
         TestImage destination(1 + random.below(70), 1 + random.below(30), 1);
@@ -99,7 +89,7 @@ TEST(OneBit, FromLevelsAgreesWithThePlainVersionOverRandomAreas) {
         destination.randomise(random);
         source.randomArea(random);
         destination.randomArea(random);
-        const auto expected = bytesWith(destination, plainBits(mode, greyLevels(source, destination)), same);
+        const auto expected = bytesWith(destination, plainBits(mode, greyLevels(source, destination)));
         destination->palette[0] = destination->palette[1] = {9, 9, 9, 9};
         destination->imgkind = 6;
         const imgdes record = source.image;
@@ -111,22 +101,11 @@ TEST(OneBit, FromLevelsAgreesWithThePlainVersionOverRandomAreas) {
     }
 }
 
-// Long rows, so that errors travel far.
-TEST(OneBit, DiffusionAgreesOnAWholePicture) {
-    Random random(62);
-    for (int round = 0; round < 4; round++) {
-        TestImage source(700, 300, 8), destination(700, 300, 1);
-        paintLevels(source, random);
-        const auto expected = bytesWith(destination, plainStucki(greyLevels(source, destination)), same);
-        ASSERT_EQ(convert8bitto1bit(0, source, destination), 0);
-        ASSERT_EQ(destination.bytes(), expected);
-    }
-}
-
 TEST(OneBit, ToLevelsAgreesWithThePlainVersionOverRandomAreas) {
     constexpr unsigned smooth[8] = {0, 42, 170, 212, 42, 85, 212, 255};
     Random random(63);
     for (int round = 0; round < 3000; round++) {
+        const MemoryWatch watch;
         const bool smoothing = random.oneIn(2);
         TestImage source(3 + random.below(80), 1 + random.below(20), 1);
         TestImage destination(3 + random.below(80), 1 + random.below(20), 8);
@@ -135,18 +114,17 @@ TEST(OneBit, ToLevelsAgreesWithThePlainVersionOverRandomAreas) {
         destination.randomise(random);
         source.randomArea(random);
         destination.randomArea(random);
-        Grid<unsigned> levels(commonWidth(source, destination), commonHeight(source, destination));
+        const Grid<unsigned> bits = commonPixels(source, destination);
+        Grid<unsigned> levels(bits.width, bits.height);
         const int w = levels.width;
         for (int y = 0; y < levels.height; y++)
             for (int x = 0; x < w; x++) {
-                const auto bit = [&](int i) {
-                    return source.pixel(int(source->left) + i, int(source->top) + y);
-                };
+                const auto bit = [&](int i) { return bits.at(i, y); };
                 levels.at(x, y) = smoothing && x > 0 && x < w - 1
                                       ? smooth[4 * bit(x - 1) + 2 * bit(x) + bit(x + 1)]
                                       : 255 * bit(x);
             }
-        const auto before = destination.bytes(), expected = bytesWith(destination, levels, same);
+        const auto before = destination.bytes(), expected = bytesWith(destination, levels);
         paintPalette(destination, random);
         const int code =
             smoothing ? convert1bitto8bitsmooth(source, destination) : convert1bitto8bit(source, destination);
@@ -184,59 +162,4 @@ TEST(OneBit, ChecksInOrderAndTouchesNothing) {
     EXPECT_EQ(convert8bitto1bit(2, &bare, bits), ERR_RANGE) << "indices without colours";
     bare.imgkind = 1;
     EXPECT_EQ(convert8bitto1bit(2, &bare, bits), 0) << "levels need none";
-}
-
-TEST(OneBit, EveryAllocationMayFail) {
-    Random random(65);
-    TestImage source(40, 9, 8), destination(40, 9, 1);
-    source.randomise(random);
-    paintPalette(source, random);
-    destination->palette[1] = {1, 2, 3, 4};
-    const auto before = destination.bytes();
-    for (const int mode : {0, 1, 2}) {
-        const int tried = failEveryAllocation([&] { return convert8bitto1bit(mode, source, destination); },
-                                              [&](int n, int code, const MemoryWatch& watch) {
-                                                  EXPECT_EQ(code, ERR_MEMORY) << mode << " allocation " << n;
-                                                  EXPECT_EQ(watch.live(), 0);
-                                                  EXPECT_EQ(destination.bytes(), before);
-                                                  EXPECT_EQ(destination->palette[1].rgbGreen, 2);
-                                              });
-        EXPECT_GE(tried, 1);
-        std::copy(before.begin(), before.end(), destination->bits);
-        destination->palette[1] = {1, 2, 3, 4};
-    }
-}
-
-TEST(OneBit, RowsThatEndAtAnUnreadablePageAreNotOverrun) {
-    for (unsigned width = 1; width < 70; width++) {
-        const MemoryWatch watch;
-        TestImage levels(width, 2, 8), bits(width, 2, 1);
-        for (UINT left = 0; left < std::min(width, 9u); left++) {
-            levels->left = left;
-            bits->left = width - 1 - std::min(width - 1, left);
-            for (const int mode : {0, 1, 2}) ASSERT_EQ(convert8bitto1bit(mode, levels, bits), 0);
-            ASSERT_EQ(convert1bitto8bit(bits, levels), 0);
-            convert1bitto8bitsmooth(bits, levels);
-        }
-    }
-}
-
-TEST(OneBit, RowsAreUnpackedFromExactlyTheirBytes) {
-    Random random(66);
-    for (unsigned firstBit = 0; firstBit < 8; firstBit++)
-        for (unsigned count = 1; count < 70; count++) {
-            const GuardedBytes source(random.bytes((firstBit + count + 7) / 8));
-            const GuardedBytes levels(count);
-            orn32::unpackBits(levels.data(), source.data(), firstBit, count);
-            for (unsigned i = 0, bit = firstBit; i < count; i++, bit++)
-                ASSERT_EQ(levels.data()[i], source.data()[bit / 8] & 128 >> bit % 8 ? 255 : 0);
-        }
-}
-
-TEST(OneBit, AnIsolatedWhitePixelIsSmoothedOverItsNeighbours) {
-    TestImage bits(5, 1, 1), levels(5, 1, 8);
-    bits.setPixel(2, 0, 1);
-    ASSERT_EQ(convert1bitto8bitsmooth(bits, levels), 0);
-    const std::vector<std::uint8_t> row(levels.row(0), levels.row(0) + 5);
-    EXPECT_EQ(row, (std::vector<std::uint8_t>{0, 42, 170, 42, 0}));
 }

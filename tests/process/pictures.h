@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,20 @@ inline Colour paletteColour(const imgdes& image, unsigned index) {
     return {entry.rgbBlue, entry.rgbGreen, entry.rgbRed};
 }
 
+// The first entries of a DIB section's own colour table.
+inline std::vector<Colour> sectionColours(const imgdes& image, unsigned count) {
+    RGBQUAD table[256] = {};
+    const HDC context = CreateCompatibleDC(nullptr);
+    const HGDIOBJ previous = SelectObject(context, image.hbitmap);
+    count = GetDIBColorTable(context, 0, count, table);
+    SelectObject(context, previous);
+    DeleteDC(context);
+    std::vector<Colour> colours;
+    for (unsigned i = 0; i < count; i++)
+        colours.push_back({table[i].rgbBlue, table[i].rgbGreen, table[i].rgbRed});
+    return colours;
+}
+
 // The colour of a pixel of the picture, through the palette where the image has 8 bits.
 inline Colour colourAt(const TestImage& image, int x, int y) {
     const unsigned p = image.pixel(x, y);
@@ -42,28 +57,51 @@ inline int commonHeight(const TestImage& a, const TestImage& b) {
     return std::min(a.areaHeight(), b.areaHeight());
 }
 
-// The colours of the source's part of the area that both have.
-inline Grid<Colour> commonColours(const TestImage& source, const TestImage& destination) {
-    Grid<Colour> grid(commonWidth(source, destination), commonHeight(source, destination));
+// The colours of the picture where one area begins, as many as both areas have.
+inline Grid<Colour> coloursAt(const TestImage& picture, const imgdes& from, const imgdes& to) {
+    const UINT width = std::min(from.right - from.left, to.right - to.left) + 1;
+    const UINT height = std::min(from.bottom - from.top, to.bottom - to.top) + 1;
+    Grid<Colour> grid(static_cast<int>(width), static_cast<int>(height));
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
-            grid.at(x, y) = colourAt(source, static_cast<int>(source.image.left) + x,
-                                     static_cast<int>(source.image.top) + y);
+            grid.at(x, y) =
+                colourAt(picture, static_cast<int>(from.left) + x, static_cast<int>(from.top) + y);
+    return grid;
+}
+
+// The colours of the source's part of the area that both have.
+inline Grid<Colour> commonColours(const TestImage& source, const TestImage& destination) {
+    return coloursAt(source, source.image, destination.image);
+}
+
+// The pixels, as numbers, of the source's part of the area that both have.
+inline Grid<unsigned> commonPixels(const TestImage& source, const TestImage& destination) {
+    Grid<unsigned> grid(commonWidth(source, destination), commonHeight(source, destination));
+    for (int y = 0; y < grid.height; y++)
+        for (int x = 0; x < grid.width; x++)
+            grid.at(x, y) =
+                source.pixel(static_cast<int>(source.image.left) + x, static_cast<int>(source.image.top) + y);
     return grid;
 }
 
 // The image's pixel bytes with the grid put at its area's top-left corner.
-template <class T, class ToPixel>
-std::vector<std::uint8_t> bytesWith(TestImage& image, const Grid<T>& grid, ToPixel toPixel) {
+template <class T, class ToPixel = std::identity>
+std::vector<std::uint8_t> bytesWith(TestImage& image, const Grid<T>& grid, ToPixel toPixel = {}) {
     const std::vector<std::uint8_t> before = image.bytes();
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
             image.setPixel(static_cast<int>(image->left) + x, static_cast<int>(image->top) + y,
-                           toPixel(grid.at(x, y)));
+                           static_cast<unsigned>(toPixel(grid.at(x, y))));
     const std::vector<std::uint8_t> after = image.bytes();
     std::copy(before.begin(), before.end(), image->bits);
     return after;
 }
+
+// The ordered matrix of all dithers.
+constexpr int ditherMatrix[8][8] = {{0, 38, 9, 47, 2, 40, 11, 50},  {25, 12, 35, 22, 27, 15, 37, 24},
+                                    {6, 44, 3, 41, 8, 47, 5, 43},   {31, 19, 28, 15, 34, 21, 31, 18},
+                                    {1, 39, 11, 49, 0, 39, 10, 48}, {27, 14, 36, 23, 26, 13, 35, 23},
+                                    {7, 46, 4, 43, 7, 45, 3, 42},   {33, 20, 30, 17, 32, 19, 29, 16}};
 
 // Noise, few colours, few greys, slow gradients with a little noise: what photographs, drawings and
 // half-finished programs hand over.

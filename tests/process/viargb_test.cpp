@@ -63,8 +63,7 @@ TEST(RgbDetour, TheAreaIsChangedAndTheWholePictureRequantised) {
         palette.resize(256, palette[0]);
         const imgdes area = destination.image;
         setimagearea(destination, 0, 0, 0, 0);
-        const auto expected = bytesWith(destination, plainMatch(picture, palette, 2),
-                                        [](int index) { return static_cast<unsigned>(index); });
+        const auto expected = bytesWith(destination, plainMatch(picture, palette, 2));
         destination.image = area;
         const auto sourceBytes = source.bytes();
         const imgdes sourceRecord = source.image;
@@ -82,6 +81,25 @@ TEST(RgbDetour, TheAreaIsChangedAndTheWholePictureRequantised) {
         EXPECT_EQ(seen.calls, 1);
         EXPECT_EQ(std::memcmp(&seen.source, &seen.destination, sizeof(imgdes)), 0) << "in place";
         EXPECT_EQ(seen.sourceBits, 24u);
+    }
+}
+
+TEST(RgbDetour, IsTakenByAllThatWorksOnPixelValuesOfAPaletteImage) {
+    Random random(334);
+    for (const auto& run : {dilate, erode, medianfilter, pixellize}) {
+        TestImage source(20, 16, 8), destination(20, 16, 8), colours(20, 16, 24), expected(20, 16, 8);
+        source.randomise(random);
+        paintPalette(source, random);
+        ASSERT_EQ(convertpaltorgb(source, colours), 0);
+        setimagearea(source, 2, 3, 17, 12);
+        setimagearea(colours, 2, 3, 17, 12);
+        ASSERT_EQ(run(5, colours, colours), 0);
+        setimagearea(colours, 0, 0, 19, 15);
+        ASSERT_EQ(convertrgbtopalex(256, colours, expected, 2), 0);
+        ASSERT_EQ(run(5, source, destination), 0);
+        ASSERT_EQ(destination.bytes(), expected.bytes());
+        ASSERT_EQ(std::memcmp(destination->palette, expected->palette, 1024), 0);
+        ASSERT_EQ(destination->imgkind, 0u);
     }
 }
 

@@ -1,0 +1,13 @@
+// Compiled for AVX2, and called only where the processor has it.
+#include "process/colour_median.h"
+#include "process/colour_median_rows.h"
+#include "process/lanes_avx2.h"
+
+namespace orn32 {
+
+void colourMediansAvx2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count) {
+    ColourMedianRows<WideWordLanes>(rows, size).medians(result, count);
+    _mm256_zeroupper();
+}
+
+}  // namespace orn32

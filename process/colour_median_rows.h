@@ -1,0 +1,65 @@
+// Rows of colour medians with registers of any width (lanes.h).
+#pragma once
+
+#include <cstdint>
+
+#include "process/colour_median.h"
+#include "process/filter_engine.h"
+#include "process/median_lanes.h"
+
+namespace orn32 {
+
+template <class Lanes>
+class ColourMedianRows {
+ public:
+    ColourMedianRows(const ColourRow* rows, unsigned size) : rows_(rows), size_(size) {}
+
+    void medians(std::uint8_t* result, unsigned count) const {
+        const auto brightness = [rows = rows_](unsigned y) { return rows[y].brightness; };
+        if (size_ == 3)
+            return mediansOfNine<Lanes>(brightness, count, [this, result](unsigned x, V medians) {
+                store(result, x, medians, [](auto each) { forNine(each); });
+            });
+        mediansByCounting<Lanes>(brightness, size_, count, [this, result](unsigned x, V medians) {
+            store(result, x, medians, [size = size_](auto each) {
+                for (unsigned y = 0; y < size; y++)
+                    for (unsigned c = 0; c < size; c++) each(y, c);
+            });
+        });
+    }
+
+ private:
+    using V = typename Lanes::V;
+
+    // Joins the brightness of the neighbourhoods from column x on with blue and red of the pixels that have
+    // it. Ones and zeros could be collected by OR instead of as largest bytes, but compilers regroup long
+    // chains of OR and run out of registers.
+    template <class ForAllNeighbours>
+    void store(std::uint8_t* result, unsigned x, V brightness, ForAllNeighbours forAllNeighbours) const {
+        V most = Lanes::zero(), leastInverted = most;
+        forAllNeighbours([&](unsigned y, unsigned c) {
+            const V same = Lanes::equal(Lanes::load(rows_[y].brightness + x + c), brightness);
+            const V blueRed = Lanes::bitAnd(same, Lanes::load(rows_[y].blueRed + x + c));
+            most = Lanes::higherBytes(most, blueRed);
+            leastInverted = Lanes::higherBytes(leastInverted, Lanes::bitXor(same, blueRed));
+        });
+        // A bit that is in both: they are not of one colour.
+        if (Lanes::shareBits(most, leastInverted))
+            most = decided(x, most, Lanes::nonZero(Lanes::bitAnd(most, leastInverted)));
+        joinColours<Lanes>(result + 3 * x, brightness, most);
+    }
+
+    // Replaces the words whose two bits in undecided are set.
+    [[gnu::noinline]] V decided(unsigned x, V blueRed, unsigned undecided) const {
+        std::uint16_t words[Lanes::count];
+        Lanes::store(words, blueRed);
+        for (unsigned i = 0; i < Lanes::count; i++)
+            if (undecided >> 2 * i & 1) words[i] = selectedBlueRed(rows_, size_, x + i);
+        return Lanes::load(words);
+    }
+
+    const ColourRow* rows_;
+    unsigned size_;
+};
+
+}  // namespace orn32
