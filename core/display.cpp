@@ -163,6 +163,7 @@ int drawReduced(const Canvas& canvas, imgdes* image, const Place& place, int dep
     imgdes reduced;
     if (const int code = allocimage(&reduced, width, height, 8)) return code;
     int code = reduce(&seen, &reduced, depth, mode);
+    if (code == 0) code = updatebitmapcolortable(&reduced);  // the reductions do not tell when that failed
     if (code == 0) code = draw(canvas, &reduced, {0, 0, part.destinationX, part.destinationY});
     freeimage(&reduced);
     return code;

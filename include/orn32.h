@@ -18,6 +18,15 @@
  *         freeimage(&image);
  *     }
  *
+ * Threads. Any thread may call any function, as long as no two use the same image at once, one of them changing
+ * it. Some calls wait for one another; a line "Locks:" in a function's description names the locks that it takes:
+ *   bmp, gif, jpeg, png    from the check of the arguments to the end of a call that reads or writes that format
+ *   cover, coverclear      for as much of the function of that name
+ *   matching               while pixels are matched to a palette
+ * Functions without such a line take none. All frombuffer and tobuffer functions also take one for an instant
+ * (streams), inside their format's. No call waits for a lock while it holds matching or streams, and whatever its
+ * result it leaves none taken.
+ *
  * Wide variants (name ending in W) take a UTF-16 file name and are otherwise like the narrow function. The
  * frombuffer variants read from memory, the tobuffer variants hand back a new memory block (see
  * "Memory" below).
@@ -200,6 +209,7 @@ int ORNAPI viewimage(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgde
  *   mode     how to reduce: 0 the 256 colours that suit it best (at 8 bits; else like 1), 2 colorscatter,
  *            other values colordither
  * Returns the codes of viewimage and of the reduction.
+ * Locks: matching, where mode 0 reduces.
  */
 int ORNAPI viewimageex(HWND window, HDC dc, HPALETTE *palette, int x, int y, imgdes *image, int screenx,
                        int screeny, int mode);
@@ -252,10 +262,11 @@ int ORNAPI printimage(long a1, long a2, long a3, long a4, long a5, long a6, long
  * updated, these two also when matching fails.
  * Returns 0, the codes of checkrange_, ERR_BITS (not 24 to 8 bits), ERR_RANGE (no palette, or one with room for
  * fewer colours), ERR_ARGUMENT (colors, mode), ERR_MEMORY.
+ * Locks: matching.
  */
 int ORNAPI convertrgbtopalex(int colors, imgdes *source, imgdes *destination, int mode);
 
-/* Like convertrgbtopalex with mode 2. */
+/* Like convertrgbtopalex with mode 2. Locks: matching. */
 int ORNAPI convertrgbtopal(int colors, imgdes *source, imgdes *destination);
 
 /*
@@ -274,11 +285,12 @@ int ORNAPI convertpaltorgb(imgdes *source, imgdes *destination);
  * Colours that share the upper 5 bits of all channels all get the index found for the first of them, rows being
  * taken from the top and pixels from the left.
  * Returns 0, the codes of checkrange_, ERR_BITS (destination not 8-bit), ERR_RANGE (a palette missing, palcolors
- * 0, or more than 256 in the destination), ERR_ARGUMENT (mode), ERR_MEMORY. Calls on several threads take turns.
+ * 0, or more than 256 in the destination), ERR_ARGUMENT (mode), ERR_MEMORY.
+ * Locks: matching.
  */
 int ORNAPI matchcolorimageex(imgdes *source, imgdes *destination, int mode);
 
-/* Like matchcolorimageex with mode 1. */
+/* Like matchcolorimageex with mode 1. Locks: matching. */
 int ORNAPI matchcolorimage(imgdes *source, imgdes *destination);
 
 /*
@@ -288,6 +300,7 @@ int ORNAPI matchcolorimage(imgdes *source, imgdes *destination);
  * The destination's palette is replaced and its grey mark cleared even if matching fails.
  * Returns 0, the codes of checkrange_, ERR_BITS, ERR_RANGE (a palette missing; palcolors outside 2 to 255, more
  * than the source has, or more than there is room for), ERR_ARGUMENT (mode), ERR_MEMORY.
+ * Locks: matching.
  */
 int ORNAPI reduceimagecolors(imgdes *source, imgdes *destination, int mode);
 
@@ -370,6 +383,7 @@ int ORNAPI convert1bitto8bitsmooth(imgdes *source, imgdes *destination);
  *           amount (erode). For 1-bit images the share of set bits among the nine decides in the same way.
  * Returns 0, ERR_ARGUMENT, the codes of checkrange1_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
  * 3 x 3), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ * Locks: matching, for an image with a colour palette.
  */
 int ORNAPI dilate(int amount, imgdes *source, imgdes *destination);
 int ORNAPI erode(int amount, imgdes *source, imgdes *destination);
@@ -379,10 +393,11 @@ int ORNAPI erode(int amount, imgdes *source, imgdes *destination);
  *   size  3 to 11; an even size counts as the next smaller one
  * Returns 0, ERR_ARGUMENT, the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE (area smaller than
  * size x size), ERR_MEMORY, for a palette image also those of convertrgbtopalex.
+ * Locks: matching, for an image with a colour palette.
  */
 int ORNAPI medianfilter(int size, imgdes *source, imgdes *destination);
 
-/* Like medianfilter with size 3. */
+/* Like medianfilter with size 3. Locks: matching, for an image with a colour palette. */
 int ORNAPI removenoise(imgdes *source, imgdes *destination);
 
 /* ---- Hue, overlays, blocks ---------------------------------------------------------------------------- */
@@ -402,6 +417,7 @@ void ORNAPI hsv2rgb(const unsigned char *hsv, unsigned char *rgb, int count);
  * given a new palette for the whole destination picture.
  *   blocksize  2 to 63, and no more than the smaller side of the area
  * Returns 0, the codes of copyimage, ERR_ARGUMENT, for a palette image also those of convertrgbtopalex.
+ * Locks: matching, for an image with a colour palette.
  */
 int ORNAPI pixellize(int blocksize, imgdes *source, imgdes *destination);
 
@@ -412,7 +428,8 @@ int ORNAPI pixellize(int blocksize, imgdes *source, imgdes *destination);
  * low byte). Everywhere else under shows. Palette images are decided channel by channel, and the whole
  * result picture gets a new palette. The result may be one of the other two.
  * Returns 0, ERR_ARGUMENT (level, clearcolor), the codes of checkrange_, ERR_BITS (bit counts differ), ERR_RANGE
- * (a palette missing), ERR_MEMORY, and convertrgbtopalex's. Calls on several threads take turns.
+ * (a palette missing), ERR_MEMORY, and convertrgbtopalex's.
+ * Locks: cover takes cover, coverclear takes coverclear; then matching, for palette images.
  */
 int ORNAPI cover(int level, imgdes *under, imgdes *over, imgdes *result);
 int ORNAPI coverclear(int clearcolor, imgdes *under, imgdes *over, imgdes *result);
@@ -427,7 +444,8 @@ int ORNAPI coverclear(int clearcolor, imgdes *under, imgdes *over, imgdes *resul
  * A file that ends early gives 0 and leaves the rows it does not reach as they were.
  * Returns 0, the codes of checkrange1_, ERR_OPEN, ERR_FORMAT (no bitmap), ERR_BITS (wrong image for this file),
  * ERR_UNSUPPORTED (compression or bit count), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100
- * bytes are not readable). Calls on several threads take turns.
+ * bytes are not readable).
+ * Locks: bmp.
  */
 int ORNAPI loadbmp(const char *name, imgdes *image);
 int ORNAPI loadbmpW(const WCHAR *name, imgdes *image);
@@ -436,6 +454,7 @@ int ORNAPI loadbmpfrombuffer(const void *buffer, imgdes *image);
 /*
  * Reads a bitmap's palette into the caller's 256 entries. Returns the number of entries stored (0 for files of
  * 16 bits and more), or ERR_SOURCE_BUFFER, ERR_OPEN, ERR_FORMAT, ERR_MEMORY.
+ * Locks: bmp.
  */
 int ORNAPI loadbmppalette(const char *name, RGBQUAD *palette);
 int ORNAPI loadbmppaletteW(const WCHAR *name, RGBQUAD *palette);
@@ -446,6 +465,7 @@ int ORNAPI loadbmppalettefrombuffer(const void *buffer, RGBQUAD *palette);
  * leaves no file. The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure.
  * Returns 0, the codes of checkrange1_, ERR_CREATE, ERR_UNSUPPORTED (rle on an image that is not 8-bit),
  * ERR_WRITE (disk full), ERR_MEMORY.
+ * Locks: bmp.
  */
 int ORNAPI savebmp(const char *name, imgdes *image, int rle);
 int ORNAPI savebmpW(const WCHAR *name, imgdes *image, int rle);
@@ -454,6 +474,7 @@ int ORNAPI savebmptobuffer(void **buffer, imgdes *image, int rle);
 /*
  * Reads a bitmap's header, with colour counts and image size filled in and the height made positive; OS/2
  * headers are widened. Returns 0, ERR_SOURCE_BUFFER, ERR_OPEN, ERR_FORMAT.
+ * Locks: bmp.
  */
 int ORNAPI bmpinfo(const char *name, BITMAPINFOHEADER *info);
 int ORNAPI bmpinfoW(const WCHAR *name, BITMAPINFOHEADER *info);
@@ -496,6 +517,7 @@ typedef struct PngInfo {
  * not ERR_OPEN the record holds what was found in front of the fault. A file without its header chunk gives 0
  * and a record of zeros.
  * Returns 0, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_MEMORY.
+ * Locks: png.
  */
 int ORNAPI pnginfo(const char *name, PngInfo *info);
 int ORNAPI pnginfoW(const WCHAR *name, PngInfo *info);
@@ -503,6 +525,7 @@ int ORNAPI pnginfofrombuffer(const void *buffer, PngInfo *info);
 
 /*
  * Reads the resolution: xres, yres and resunit of PngInfo, stored only on success. Returns like pnginfo.
+ * Locks: png.
  */
 int ORNAPI pnggetxyresolution(const char *name, int *x, int *y, int *unit);
 int ORNAPI pnggetxyresolutionW(const WCHAR *name, int *x, int *y, int *unit);
@@ -516,7 +539,8 @@ int ORNAPI pnggetxyresolutionW(const WCHAR *name, int *x, int *y, int *unit);
  * After a failure, rows in front of the fault may have been stored; the palette has not changed. Of rows below
  * the area at most 64 MB are checked.
  * Returns 0, the codes of checkrange1_, ERR_OPEN, ERR_PNG (see pnggeterror), ERR_BITS (not an image of dibbits;
- * nothing is stored), ERR_MEMORY. Calls on several threads take turns, as with all PNG functions.
+ * nothing is stored), ERR_MEMORY.
+ * Locks: png.
  */
 int ORNAPI loadpng(const char *name, imgdes *image);
 int ORNAPI loadpngW(const WCHAR *name, imgdes *image);
@@ -525,6 +549,7 @@ int ORNAPI loadpngfrombuffer(const void *buffer, imgdes *image);
 /*
  * Reads a palette file's colours into the caller's 256 entries. Returns the number of entries stored, 0 for
  * files of other kinds, or a code of pnginfo.
+ * Locks: png.
  */
 int ORNAPI loadpngpalette(const char *name, RGBQUAD *palette);
 int ORNAPI loadpngpaletteW(const WCHAR *name, RGBQUAD *palette);
@@ -535,6 +560,7 @@ int ORNAPI loadpngpalettefrombuffer(const void *buffer, RGBQUAD *palette);
  * letter by letter. With a null buffer returns the room needed, the text's length and 1, or 0 if there is no such
  * comment. Otherwise copies the text, cut to length - 1 characters, with a terminating zero (an empty text if
  * there is no such comment) and returns 0. Failures as with pnginfo.
+ * Locks: png.
  */
 int ORNAPI getpngcomment(const char *name, const char *keyword, char *buffer, int length);
 int ORNAPI getpngcommentW(const WCHAR *name, const char *keyword, char *buffer, int length);
@@ -546,6 +572,7 @@ int ORNAPI getpngcommentW(const WCHAR *name, const char *keyword, char *buffer, 
  *   options  bit 0: interlaced; bits 1 to 3, the row filter of RGB and grey files: 0 the best for each row,
  *            2 none, 4 Sub, 6 Up, 8 Average, 10 Paeth. Palette files, and options below 0 or above 11: none
  * Returns 0, the codes of checkrange1_, ERR_CREATE, ERR_WRITE (disk full), ERR_MEMORY, ERR_ZLIB.
+ * Locks: png.
  */
 int ORNAPI savepng(const char *name, imgdes *image, int options);
 int ORNAPI savepngW(const WCHAR *name, imgdes *image, int options);
@@ -584,7 +611,7 @@ typedef struct GifCodeParams {
  *   dst, dstlen  gets one byte per pixel, in the order of the file; dstlen is its room
  * Returns the bytes used behind the code size byte, or 0: src or dst not readable, code size out of range, data
  * that is damaged or ends too early, or more pixels than dst has room for (dst is full then). The terminator of
- * the chain counts as used only when the data has no end code. Any number of threads may call at once.
+ * the chain counts as used only when the data has no end code.
  */
 UINT ORNAPI GifDecode(GifCodeParams *params, const unsigned char *src, int srclen, unsigned char *dst,
                       int dstlen);
@@ -594,7 +621,7 @@ UINT ORNAPI GifDecode(GifCodeParams *params, const unsigned char *src, int srcle
  *   params     codesize is the number of bits per pixel, up to 11
  *   src, srclen  one byte per pixel, at least one, each below 2 to the power of codesize
  *   dst, dstlen  gets the data; a dstlen of 2 * srclen + 300 is room enough for a codesize of 2 to 8
- * Returns the bytes written, or 0 when dst has not enough room. Any number of threads may call at once.
+ * Returns the bytes written, or 0 when dst has not enough room.
  */
 UINT ORNAPI GifEncode(GifCodeParams *params, const unsigned char *src, UINT srclen, unsigned char *dst,
                       UINT dstlen);
@@ -653,7 +680,8 @@ typedef struct GifFrameInfo {
  * Describes the first frame of a GIF. A file that holds no frame gives 0 and a size of 0.
  * Returns 0, ERR_OPEN, ERR_BAD_GIF (no GIF, or nothing known in it), ERR_TRUNCATED (an extension is cut off),
  * ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100 bytes are not readable). Records are set in
- * every case. Calls on several threads take turns, here and in all GIF functions below.
+ * every case.
+ * Locks: gif.
  */
 int ORNAPI gifinfo(const char *name, GifFileInfo *info);
 int ORNAPI gifinfoW(const WCHAR *name, GifFileInfo *info);
@@ -662,6 +690,7 @@ int ORNAPI gifinfofrombuffer(const void *buffer, GifFileInfo *info);
 /*
  * Like gifinfo, for any frame, counted from 0, and with all that is known. A frame number just behind the last
  * frame gives 0 and an empty frame record; one beyond that gives ERR_NO_FRAME. Null records are left out.
+ * Locks: gif.
  */
 int ORNAPI gifinfoframe(const char *name, GifFileInfo *info, GifGlobalInfo *global, GifFrameInfo *frame,
                         int frameno);
@@ -674,6 +703,7 @@ int ORNAPI gifinfoframefrombuffer(const void *buffer, GifFileInfo *info, GifGlob
  * Fills frames[0], frames[1] ... for at most maximum frames. Give gifframecount's answer as maximum: where it
  * exceeds the number of frames by more than one, the records are filled and the result is ERR_NO_FRAME.
  * Else like gifinfo.
+ * Locks: gif.
  */
 int ORNAPI gifinfoallframes(const char *name, GifGlobalInfo *global, GifFrameInfo *frames, int maximum);
 int ORNAPI gifinfoallframesW(const WCHAR *name, GifGlobalInfo *global, GifFrameInfo *frames, int maximum);
@@ -681,7 +711,7 @@ int ORNAPI gifinfoallframesfrombuffer(const void *buffer, GifGlobalInfo *global,
                                       int maximum);
 
 /* Counts the frames, up to the trailer or the end of the data. Else like gifinfo; where the walk fails, the
- * count is that of the frames before. */
+ * count is that of the frames before. Locks: gif. */
 int ORNAPI gifframecount(const char *name, int *count);
 int ORNAPI gifframecountW(const WCHAR *name, int *count);
 int ORNAPI gifframecountfrombuffer(const void *buffer, int *count);
@@ -695,12 +725,13 @@ int ORNAPI gifframecountfrombuffer(const void *buffer, int *count);
  * the rows before the first string code stored. GifDecode reads those; docs/gif-string-codes.md shows how.
  * Returns 0, the codes of gifinfo and checkrange1_, ERR_BITS (24-bit image), ERR_BAD_GIF (code size not 1 to 8),
  * ERR_LZW_CODE, ERR_MEMORY, ERR_TRUNCATED (the data ends early: the rows before and the palette are loaded).
+ * Locks: gif.
  */
 int ORNAPI loadgif(const char *name, imgdes *image);
 int ORNAPI loadgifW(const WCHAR *name, imgdes *image);
 int ORNAPI loadgiffrombuffer(const void *buffer, imgdes *image);
 
-/* Like loadgif, for the frame that the records of gifinfoframe or gifinfoallframes describe. */
+/* Like loadgif, for the frame that the records of gifinfoframe or gifinfoallframes describe. Locks: gif. */
 int ORNAPI loadgifframe(const char *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame);
 int ORNAPI loadgifframeW(const WCHAR *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame);
 int ORNAPI loadgifframefrombuffer(const void *buffer, imgdes *image, GifGlobalInfo *global,
@@ -710,6 +741,7 @@ int ORNAPI loadgifframefrombuffer(const void *buffer, imgdes *image, GifGlobalIn
  * Reads a colour table into the caller's 256 entries: that of the first frame, or of any frame, with the global
  * one where the frame has none of its own; or the global table.
  * Returns the number of entries (0 without a table: nothing is stored), or a code of gifinfoframe.
+ * Locks: gif.
  */
 int ORNAPI loadgifpalette(const char *name, RGBQUAD *palette);
 int ORNAPI loadgifpaletteW(const WCHAR *name, RGBQUAD *palette);
@@ -724,6 +756,7 @@ int ORNAPI loadgifframepalettefrombuffer(const void *buffer, RGBQUAD *palette, i
 /*
  * Copies the file's comment, at most size - 1 bytes and a terminating 0. A null buffer only measures, up to
  * 31999 bytes. Returns the number of bytes without the 0, ERR_NO_FRAME (no comment), or a code of gifinfo.
+ * Locks: gif.
  */
 int ORNAPI getgifcomment(const char *name, char *buffer, int size);
 int ORNAPI getgifcommentW(const WCHAR *name, char *buffer, int size);
@@ -742,6 +775,7 @@ int ORNAPI getgifcommentW(const WCHAR *name, char *buffer, int size);
  * Returns 0, the codes of checkrange1_, ERR_BITS (24-bit image), ERR_RANGE (more palette entries than the bits
  * per pixel can name), ERR_TOO_LARGE (area wider or higher than 65535), ERR_ARGUMENT (no palette), ERR_CREATE,
  * ERR_MEMORY, ERR_WRITE (disk full).
+ * Locks: gif.
  */
 int ORNAPI savegif(const char *name, imgdes *image);
 int ORNAPI savegifW(const WCHAR *name, imgdes *image);
@@ -752,6 +786,7 @@ int ORNAPI savegifW(const WCHAR *name, imgdes *image);
  *   transcolor  with GIF_TRANSPARENT: a colour index, 0 to 255, or -1 for none; else unused
  * The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure.
  * Returns what savegif returns; ERR_ARGUMENT also for another transcolor.
+ * Locks: gif.
  */
 int ORNAPI savegifex(const char *name, imgdes *image, UINT flags, int transcolor);
 int ORNAPI savegifexW(const WCHAR *name, imgdes *image, UINT flags, int transcolor);
@@ -766,6 +801,7 @@ int ORNAPI savegiftobufferex(void **buffer, imgdes *image, UINT flags, int trans
  * At least one of the two palettes must be asked for. An append that fails leaves the file as it was. The
  * buffer form always makes a new file of one frame.
  * Returns what savegifex returns.
+ * Locks: gif.
  */
 int ORNAPI savegifframe(const char *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame, UINT flags);
 int ORNAPI savegifframeW(const WCHAR *name, imgdes *image, GifGlobalInfo *global, GifFrameInfo *frame,
@@ -817,13 +853,17 @@ typedef struct JpegInfoEx {
  * Reads a JPEG's headers up to its first scan; nothing behind it is looked at. After ERR_BAD_JPEG the record
  * holds what was found before the flaw.
  * Returns 0, ERR_OPEN, ERR_BAD_JPEG (see jpeggeterror), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its
- * first 100 bytes are not readable). All JPEG calls on several threads take turns.
+ * first 100 bytes are not readable).
+ * Locks: jpeg.
  */
 int ORNAPI jpeginfo(const char *name, JpegInfo *info);
 int ORNAPI jpeginfoW(const WCHAR *name, JpegInfo *info);
 int ORNAPI jpeginfofrombuffer(const void *buffer, JpegInfo *info);
 
-/* Like jpeginfo, but the record is filled whatever the result; with ftype -1 where nothing could be read. */
+/*
+ * Like jpeginfo, but the record is filled whatever the result; with ftype -1 where nothing could be read.
+ * Locks: jpeg.
+ */
 int ORNAPI jpeginfoex(const char *name, JpegInfoEx *info);
 int ORNAPI jpeginfoexW(const WCHAR *name, JpegInfoEx *info);
 int ORNAPI jpeginfofrombufferex(const void *buffer, JpegInfoEx *info);
@@ -837,6 +877,7 @@ int ORNAPI jpeginfofrombufferex(const void *buffer, JpegInfoEx *info);
  * Returns 0, the codes of checkrange_, ERR_OPEN, ERR_BAD_JPEG or ERR_TRUNCATED (see jpeggeterror), ERR_NO_DATA (a
  * colour plane is missing), ERR_BITS (wrong image for this file), ERR_RANGE (picture of no width or height, or
  * over 32767), ERR_MEMORY; from a buffer also ERR_SOURCE_BUFFER (its first 100 bytes are not readable).
+ * Locks: jpeg.
  */
 int ORNAPI loadjpg(const char *name, imgdes *image);
 int ORNAPI loadjpgW(const WCHAR *name, imgdes *image);
@@ -846,6 +887,7 @@ int ORNAPI loadjpgfrombuffer(const void *buffer, imgdes *image);
  * Like loadjpg, with the colour conversion chosen by option: JPEG_COLOR_AUTO takes it from the file, the others
  * say what the file's components are. CMYK and YCCK need four components; the missing fourth of three counts as
  * no black.
+ * Locks: jpeg.
  */
 #define JPEG_COLOR_AUTO 0
 #define JPEG_COLOR_YCBCR 0x80
@@ -866,6 +908,7 @@ int ORNAPI loadjpgfrombufferex(const void *buffer, imgdes *image, UINT option);
  * one-component pictures, else 24.
  * Returns 0, the codes of loadjpg; ERR_RANGE if nothing is left of the picture in one direction; ERR_TRUNCATED
  * also for a thumbnail that is cut.
+ * Locks: jpeg.
  */
 int ORNAPI loadjpgthumbnail(const char *name, imgdes *image, int mode);
 int ORNAPI loadjpgthumbnailW(const WCHAR *name, imgdes *image, int mode);
@@ -889,8 +932,9 @@ int ORNAPI jpeggeterror(void);
  * where the pixel is the grey level whatever the palette.
  *   quality  1 (small) to 100 (fine), values outside count as the nearer end
  * The buffer form stores a new block in *buffer (see InitializeLibrary), null on failure. A failed save leaves no
- * file. Calls on several threads take turns.
+ * file.
  * Returns 0, the codes of checkrange_, ERR_TOO_LARGE, ERR_CREATE, ERR_WRITE (disk full), ERR_MEMORY.
+ * Locks: jpeg.
  */
 int ORNAPI savejpg(const char *name, imgdes *image, int quality);
 int ORNAPI savejpgW(const WCHAR *name, imgdes *image, int quality);
@@ -904,6 +948,7 @@ int ORNAPI savejpgtobuffer(void **buffer, imgdes *image, int quality);
  * Like savejpg, but with options: 0, one of the numbers above, or JPEG_THUMBNAIL with one of the others. Any
  * other number is a plain file. Progressive and optimised files need memory for the whole picture: about 4 bytes
  * a pixel, 2.5 for grey ones. Also returns ERR_THUMB_SIZE: the thumbnail does not fit into 64 KB.
+ * Locks: jpeg, then matching for the thumbnail of a palette image.
  */
 int ORNAPI savejpgex(const char *name, imgdes *image, int quality, UINT options);
 int ORNAPI savejpgexW(const WCHAR *name, imgdes *image, int quality, UINT options);
@@ -914,12 +959,14 @@ int ORNAPI savejpgtobufferex(void **buffer, imgdes *image, int quality, UINT opt
  *   xres, yres  0 to 65535
  *   units       0: none, xres and yres are an aspect ratio; 1: dots per inch; 2: dots per cm
  * A value out of range leaves that setting as it is.
+ * Locks: jpeg.
  */
 void ORNAPI jpegsetxyresolution(UINT xres, UINT yres, UINT units);
 
 /*
  * The longer side, in pixels, of the thumbnails that are stored from now on; at first 64.
  * Returns 0, ERR_ARGUMENT (not 1 to 255).
+ * Locks: jpeg.
  */
 int ORNAPI jpegsetthumbnailsize(UINT size);
 

@@ -143,6 +143,7 @@ int loadRows(InputStream& in, const Load& load, RowReader read) {
     FileWindow window(in, std::max<std::uint64_t>(rowLength, bufferBytes));
     if (!window) return ERR_MEMORY;
     const std::uint32_t needed = (load.columns * load.info.header.biBitCount + 7) / 8;
+    if (needed == 0) return 0;  // a picture without width: there may not even be memory to point to
     const std::uint32_t length = static_cast<std::uint32_t>(rowLength);
     for (std::uint32_t y = 0; y < load.rows; y++) {
         if (window.ensure(length) < needed) break;

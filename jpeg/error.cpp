@@ -11,10 +11,6 @@ void record(Detail detail) {
     lastDetail = static_cast<int>(detail);
 }
 
-Detail recorded() {
-    return static_cast<Detail>(lastDetail);
-}
-
 }  // namespace orn32::jpeg
 
 using namespace orn32;

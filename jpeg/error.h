@@ -23,7 +23,6 @@ enum class Detail {
 
 // The detail code belongs to the whole process: it outlives the call that records it.
 void record(Detail detail);
-Detail recorded();
 
 // A refusal that needs no unwinding: records why, and is the result.
 [[nodiscard]] inline int refuse(Detail detail) {

@@ -2,17 +2,16 @@
 # shellcheck disable=SC2154 # $root, $build and $logs are set by setup.sh
 # The library as a 32-bit Linux program, for ./check and ./fuzz. Sourced after setup.sh.
 
-# build_native FOLDER TARGET NAME=VALUE...: configures tests/native into build/FOLDER with the settings, and builds the
-# target.
+# build_native PRESET TARGET: configures tests/native into build/PRESET, and builds the target.
 build_native() {
-    local folder=$1 target=$2
-    shift 2
-    : >"$logs/$folder.log"
-    say "Building build/$folder ..."
-    run_logged "$folder.log" cmake -S "$root/tests/native" -B "$build/$folder" -G Ninja "${@/#/-D}" ||
-        fail_with_log "$folder.log" "CMake could not configure build/$folder."
-    run_logged "$folder.log" cmake --build "$build/$folder" --target "$target" ||
-        fail_with_log "$folder.log" "The build of build/$folder failed."
+    local preset=$1 target=$2
+    : >"$logs/$preset.log"
+    say "Building build/$preset ..."
+    cd "$root/tests/native" || return
+    run_logged "$preset.log" cmake --preset "$preset" ||
+        fail_with_log "$preset.log" "CMake could not configure build/$preset."
+    run_logged "$preset.log" cmake --build --preset "$preset" --target "$target" ||
+        fail_with_log "$preset.log" "The build of build/$preset failed."
 }
 
 # Blocks beyond this fail as they would where memory is short, instead of ending the program.

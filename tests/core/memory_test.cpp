@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -118,4 +119,29 @@ TEST(OutputBlock, BringingItInChangesNothing) {
         EXPECT_EQ(std::count(block, block + size, 0), static_cast<std::ptrdiff_t>(size - 1));
         freeBlock(block);
     }
+}
+
+// Whoever keeps blocks gives them back at its end: here a leak checker or the debug heap would tell
+// otherwise.
+TEST(KeptBlocks, GiveOutWhatTheyKeepAndKeepOnlySoMuch) {
+    KeptBlocks kept;
+    constexpr UINT size = 1u << 19;
+    EXPECT_EQ(kept.take(size), nullptr);
+    int count = 0;
+    void* last = nullptr;
+    for (;; count++) {
+        void* block = std::malloc(size);
+        ASSERT_TRUE(block);
+        if (!kept.keep(block)) {
+            std::free(block);
+            break;
+        }
+        last = block;
+    }
+    EXPECT_EQ(count, 32);
+    EXPECT_EQ(kept.take(size), last);
+    std::free(last);
+    void* small = std::malloc(100);
+    EXPECT_FALSE(kept.keep(small));
+    std::free(small);
 }

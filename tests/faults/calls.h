@@ -1,5 +1,5 @@
-// Calls of the library's exports, each on pictures and files of its own, for tests that make them fail or run
-// them side by side.
+// Calls of all of the library's exports, each on pictures and files of its own, for tests that make them fail
+// or run them side by side.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,7 @@
 namespace faults {
 
 struct Call {
-    std::string name;
+    std::string name;  // the export's, and a word on what it is called with
     // Calls the export and releases what it handed out. Returns its result.
     std::function<int()> run;
     // A number that tells the output of the last run from another.
@@ -17,6 +17,8 @@ struct Call {
     // The file that a save makes; empty otherwise. Appends have it from before.
     std::string made = {};
     bool appends = false;
+
+    std::string exportName() const { return name.substr(0, name.find(' ')); }
 };
 
 // Calls on files in a folder of their own, made now. Several sets can be used at the same time.

@@ -5,6 +5,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -16,7 +18,8 @@ namespace {
 Plan plan;
 std::atomic<int> calls[static_cast<int>(Kind::count)];
 std::atomic<bool> struck;
-std::atomic<long> blocks, globals, files, bitmaps;
+std::atomic<long> globals, files, objects;
+thread_local int screenDepth;  // 0: the real one
 
 bool strikes(Kind kind) {
     const int n = ++calls[static_cast<int>(kind)];
@@ -25,8 +28,7 @@ bool strikes(Kind kind) {
     return true;
 }
 
-// --- memory, as given to InitializeLibrary
-// -----------------------------------------------------------------------
+// --- memory, as given to InitializeLibrary ---
 
 std::atomic<long long> bytes, bytesAtStart, mostBytes;
 
@@ -35,11 +37,23 @@ void count(std::size_t size) {
     if (bytes > mostBytes) mostBytes = bytes.load();
 }
 
+// The blocks that are in use. Never destroyed: the DLL outlives this program's objects.
+std::mutex blocksMutex;
+std::set<void*>& blocks() {
+    static auto* all = new std::set<void*>;
+    return *all;
+}
+
 void* counted(void* block) {
     if (!block) return block;
-    blocks++;
     count(_msize(block));
+    const std::lock_guard lock(blocksMutex);
+    blocks().insert(block);
     return block;
+}
+void discount(void* block) {
+    const std::lock_guard lock(blocksMutex);
+    if (blocks().erase(block)) bytes -= static_cast<long long>(_msize(block));
 }
 void* __cdecl alloc(UINT size) {
     return strikes(Kind::allocation) ? nullptr : counted(std::malloc(size));
@@ -48,15 +62,21 @@ void* __cdecl calloc(UINT count, UINT size) {
     return strikes(Kind::allocation) ? nullptr : counted(std::calloc(count, size));
 }
 void __cdecl release(void* block) {
-    if (block) {
-        blocks--;
-        bytes -= static_cast<long long>(_msize(block));
-    }
+    discount(block);
     std::free(block);
 }
 
-// --- the system's functions
-// --------------------------------------------------------------------------------------
+// What the runtime inside the DLL takes for itself, and what the version functions release past `release`.
+void* __cdecl runtimeMalloc(std::size_t size) {
+    ++calls[static_cast<int>(Kind::runtimeHeap)];
+    return std::malloc(size);
+}
+void* __cdecl runtimeCalloc(std::size_t count, std::size_t size) {
+    ++calls[static_cast<int>(Kind::runtimeHeap)];
+    return std::calloc(count, size);
+}
+
+// --- the system's functions ---
 
 HGLOBAL WINAPI globalAlloc(UINT flags, SIZE_T size) {
     if (strikes(Kind::globalMemory)) return nullptr;
@@ -108,16 +128,76 @@ DWORD WINAPI setFilePointer(HANDLE file, LONG distance, LONG* high, DWORD method
 BOOL WINAPI setEndOfFile(HANDLE file) {
     return strikes(Kind::end) ? FALSE : SetEndOfFile(file);
 }
+DWORD WINAPI getFileSize(HANDLE file, DWORD* high) {
+    return strikes(Kind::seek) ? INVALID_FILE_SIZE : GetFileSize(file, high);
+}
+DWORD WINAPI getTempPathW(DWORD size, WCHAR* folder) {
+    return strikes(Kind::temporary) ? 0 : GetTempPathW(size, folder);
+}
+UINT WINAPI getTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT unique, WCHAR* name) {
+    return strikes(Kind::temporary) ? 0 : GetTempFileNameW(folder, prefix, unique, name);
+}
+
+template <class Object>
+Object made(Object object) {
+    if (object) objects++;
+    return object;
+}
 HBITMAP WINAPI createDibSection(HDC dc, const BITMAPINFO* info, UINT usage, void** bits, HANDLE section,
                                 DWORD offset) {
     if (strikes(Kind::dibSection)) return nullptr;
-    const HBITMAP bitmap = CreateDIBSection(dc, info, usage, bits, section, offset);
-    if (bitmap) bitmaps++;
-    return bitmap;
+    return made(CreateDIBSection(dc, info, usage, bits, section, offset));
+}
+HPALETTE WINAPI createPalette(const LOGPALETTE* palette) {
+    return strikes(Kind::palette) ? nullptr : made(CreatePalette(palette));
+}
+HPALETTE WINAPI createHalftonePalette(HDC dc) {
+    return strikes(Kind::palette) ? nullptr : CreateHalftonePalette(dc);  // kept for the process's life
 }
 BOOL WINAPI deleteObject(HGDIOBJ object) {
-    bitmaps--;
+    objects--;
     return DeleteObject(object);
+}
+HDC WINAPI getDc(HWND window) {
+    return strikes(Kind::deviceContext) ? nullptr : made(GetDC(window));
+}
+int WINAPI releaseDc(HWND window, HDC dc) {
+    if (dc) objects--;
+    return ReleaseDC(window, dc);
+}
+HDC WINAPI createCompatibleDc(HDC dc) {
+    return strikes(Kind::deviceContext) ? nullptr : made(CreateCompatibleDC(dc));
+}
+BOOL WINAPI deleteDc(HDC dc) {
+    objects--;
+    return DeleteDC(dc);
+}
+int WINAPI getDeviceCaps(HDC dc, int which) {
+    return which == BITSPIXEL && screenDepth ? screenDepth : GetDeviceCaps(dc, which);
+}
+
+DWORD WINAPI getModuleFileName(HMODULE module, char* name, DWORD size) {
+    return strikes(Kind::version) ? 0 : GetModuleFileNameA(module, name, size);
+}
+DWORD WINAPI getFileVersionInfoSize(const char* name, DWORD* handle) {
+    return strikes(Kind::version) ? 0 : GetFileVersionInfoSizeA(name, handle);
+}
+BOOL WINAPI getFileVersionInfo(const char* name, DWORD handle, DWORD size, void* block) {
+    return strikes(Kind::version) ? FALSE : GetFileVersionInfoA(name, handle, size, block);
+}
+BOOL WINAPI verQueryValue(const void* block, const char* path, void** value, UINT* length) {
+    return strikes(Kind::version) ? FALSE : VerQueryValueA(block, path, value, length);
+}
+
+std::vector<LockStep>* lockSteps;  // null: not wanted
+
+void WINAPI enterCriticalSection(CRITICAL_SECTION* lock) {
+    EnterCriticalSection(lock);
+    if (lockSteps) lockSteps->push_back({lock, true});
+}
+void WINAPI leaveCriticalSection(CRITICAL_SECTION* lock) {
+    if (lockSteps) lockSteps->push_back({lock, false});
+    LeaveCriticalSection(lock);
 }
 
 void replaceImport(HMODULE dll, const char* name, void* function) {
@@ -152,7 +232,12 @@ const char* nameOf(Kind kind) {
                                      "write",
                                      "seek",
                                      "setting the end of the file",
-                                     "making a bitmap"};
+                                     "temporary file",
+                                     "making a bitmap",
+                                     "making a palette",
+                                     "device context",
+                                     "version query",
+                                     "runtime heap"};
     return names[static_cast<int>(kind)];
 }
 
@@ -169,9 +254,32 @@ void hook(HMODULE dll) {
                  {"WriteFile", reinterpret_cast<void*>(writeFile)},
                  {"SetFilePointer", reinterpret_cast<void*>(setFilePointer)},
                  {"SetEndOfFile", reinterpret_cast<void*>(setEndOfFile)},
+                 {"GetFileSize", reinterpret_cast<void*>(getFileSize)},
+                 {"GetTempPathW", reinterpret_cast<void*>(getTempPathW)},
+                 {"GetTempFileNameW", reinterpret_cast<void*>(getTempFileNameW)},
                  {"CreateDIBSection", reinterpret_cast<void*>(createDibSection)},
-                 {"DeleteObject", reinterpret_cast<void*>(deleteObject)}};
+                 {"CreatePalette", reinterpret_cast<void*>(createPalette)},
+                 {"CreateHalftonePalette", reinterpret_cast<void*>(createHalftonePalette)},
+                 {"DeleteObject", reinterpret_cast<void*>(deleteObject)},
+                 {"GetDC", reinterpret_cast<void*>(getDc)},
+                 {"ReleaseDC", reinterpret_cast<void*>(releaseDc)},
+                 {"CreateCompatibleDC", reinterpret_cast<void*>(createCompatibleDc)},
+                 {"DeleteDC", reinterpret_cast<void*>(deleteDc)},
+                 {"GetDeviceCaps", reinterpret_cast<void*>(getDeviceCaps)},
+                 {"GetModuleFileNameA", reinterpret_cast<void*>(getModuleFileName)},
+                 {"GetFileVersionInfoSizeA", reinterpret_cast<void*>(getFileVersionInfoSize)},
+                 {"GetFileVersionInfoA", reinterpret_cast<void*>(getFileVersionInfo)},
+                 {"VerQueryValueA", reinterpret_cast<void*>(verQueryValue)},
+                 {"EnterCriticalSection", reinterpret_cast<void*>(enterCriticalSection)},
+                 {"LeaveCriticalSection", reinterpret_cast<void*>(leaveCriticalSection)},
+                 {"malloc", reinterpret_cast<void*>(runtimeMalloc)},
+                 {"calloc", reinterpret_cast<void*>(runtimeCalloc)},
+                 {"free", reinterpret_cast<void*>(release)}};
     for (const auto& h : hooks) replaceImport(dll, h.name, h.function);
+    installMemory();
+}
+
+void installMemory() {
     InitializeLibrary(alloc, alloc, calloc, calloc, release);
 }
 
@@ -190,12 +298,25 @@ void stop() {
     plan = {};
 }
 
+int callsOf(Kind kind) {
+    return calls[static_cast<int>(kind)];
+}
+
 Held held() {
-    return {blocks, globals, files, bitmaps};
+    const std::lock_guard lock(blocksMutex);
+    return {static_cast<long>(blocks().size()), globals, files, objects};
 }
 
 std::size_t peakBytes() {
     return static_cast<std::size_t>(mostBytes - bytesAtStart);
+}
+
+std::vector<LockStep> lockStepsOf(const std::function<void()>& run) {
+    std::vector<LockStep> steps;
+    lockSteps = &steps;
+    run();
+    lockSteps = nullptr;
+    return steps;
 }
 
 std::size_t sizeOf(void* block) {
@@ -204,6 +325,18 @@ std::size_t sizeOf(void* block) {
 
 void releaseBlock(void* block) {
     release(block);
+}
+
+void deletePalette(HPALETTE palette) {
+    deleteObject(palette);
+}
+
+ScreenDepth::ScreenDepth(int bits) {
+    screenDepth = bits;
+}
+
+ScreenDepth::~ScreenDepth() {
+    screenDepth = 0;
 }
 
 }  // namespace faults

@@ -4,9 +4,27 @@
 
 #include <windows.h>
 
+#include <functional>
+#include <vector>
+
 namespace faults {
 
-enum class Kind { allocation, globalMemory, open, read, write, seek, end, dibSection, count };
+enum class Kind {
+    allocation,
+    globalMemory,
+    open,
+    read,
+    write,
+    seek,
+    end,
+    temporary,
+    dibSection,
+    palette,
+    deviceContext,
+    version,
+    runtimeHeap,  // counted only: what the runtime takes for itself
+    count
+};
 
 const char* nameOf(Kind kind);
 
@@ -24,13 +42,17 @@ void hook(HMODULE dll);
 
 // From here on calls are counted anew and go wrong by the plan.
 void start(const Plan& plan);
-bool hasStruck();  // a call has gone wrong since start
-void stop();       // all calls work again
+bool hasStruck();        // a call has gone wrong since start
+void stop();             // all calls work again
+int callsOf(Kind kind);  // since start
 
-// What the DLL holds: memory blocks (of the functions of InitializeLibrary, global memory), open files,
-// bitmaps.
+// Gives the DLL the tests' memory functions, as hook has done already.
+void installMemory();
+
+// What the DLL holds: memory blocks (of the functions of InitializeLibrary, global memory), open files, and
+// GDI's bitmaps, palettes and device contexts.
 struct Held {
-    long blocks, globals, files, bitmaps;
+    long blocks, globals, files, objects;
     bool operator==(const Held&) const = default;
 };
 Held held();
@@ -38,8 +60,27 @@ Held held();
 // The most bytes that were held at a time since start, beyond those held then.
 std::size_t peakBytes();
 
+// The locks that the DLL takes and leaves while run() runs, in their order. For one thread at a time.
+struct LockStep {
+    const CRITICAL_SECTION* lock;
+    bool taken;  // else left
+};
+std::vector<LockStep> lockStepsOf(const std::function<void()>& run);
+
 // A buffer that the DLL has handed out.
 std::size_t sizeOf(void* block);
 void releaseBlock(void* block);
+
+// A palette that the DLL has handed out.
+void deletePalette(HPALETTE palette);
+
+// For as long as it lives, this thread's device contexts tell the DLL that they have so many bits per pixel.
+class ScreenDepth {
+ public:
+    explicit ScreenDepth(int bits);
+    ~ScreenDepth();
+    ScreenDepth(const ScreenDepth&) = delete;
+    ScreenDepth& operator=(const ScreenDepth&) = delete;
+};
 
 }  // namespace faults

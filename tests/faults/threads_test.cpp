@@ -58,6 +58,8 @@ TEST(Threads, EightAtOnceGetWhatEachGetsAlone) {
     std::vector<Worker> workers(threadCount);
     for (int i = 0; i < threadCount; i++) {
         workers[static_cast<std::size_t>(i)].calls = makeCalls(folder(i));
+        std::erase_if(workers[static_cast<std::size_t>(i)].calls,
+                      [](const Call& call) { return call.name == "InitializeLibrary"; });  // before threads
         for (const Call& call : workers[static_cast<std::size_t>(i)].calls) {
             const int result = call.run();
             workers[static_cast<std::size_t>(i)].expected.push_back({result, call.output()});

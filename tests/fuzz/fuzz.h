@@ -103,10 +103,10 @@ class Destination {
     bool made_;
 };
 
-// A palette with guards on both sides.
+// A palette whose last entry is the last of its memory.
 struct Palette {
-    RGBQUAD* entries = static_cast<RGBQUAD*>(std::malloc(256 * sizeof(RGBQUAD)));
-    ~Palette() { std::free(entries); }
+    test::GuardedBytes bytes{256 * sizeof(RGBQUAD)};
+    RGBQUAD* entries = reinterpret_cast<RGBQUAD*>(bytes.data());
 };
 
 inline void requireOneOf(int code, std::initializer_list<int> codes, const char* what) {

@@ -1,9 +1,5 @@
-// seeds FOLDER: writes small sound files of every kind to FOLDER/bmp, gif, png, jpeg, gifcodec and save, for
-// the fuzzers to start from.
-#include <filesystem>
-#include <string>
+#include "tests/fuzz/seeds.h"
 
-#include "core/library.h"
 #include "orn32.h"
 #include "tests/gif/gif_builder.h"
 #include "tests/jpeg/stream_builder.h"
@@ -13,20 +9,23 @@
 
 using namespace test;
 
+namespace fuzz {
 namespace {
 
-std::string folder;
+Seeds seeds;
 
 void keep(const char* target, const Bytes& file) {
-    static int count = 0;
-    std::filesystem::create_directories(folder + "/" + target);
-    writeFile(folder + "/" + target + "/seed-" + std::to_string(++count), file);
+    seeds[target].push_back(file);
 }
 
-void keepBuffer(const char* target, int code, void* buffer) {
-    if (code != 0) return;
+// Keeps what save(buffer) makes, if it can.
+template <class Save>
+void keepSaved(const char* target, Save save) {
+    void* buffer = nullptr;
+    if (save(&buffer) != 0) return;
     const auto* bytes = static_cast<std::uint8_t*>(buffer);
     keep(target, Bytes(bytes, bytes + GlobalSize(GlobalHandle(buffer))));
+    GlobalUnlock(GlobalHandle(buffer));
     GlobalFree(GlobalHandle(buffer));
 }
 
@@ -35,14 +34,14 @@ void savedFiles(Random& random) {
         TestImage image(21, 13, bits);
         image.randomise(random);
         if (bits < 24) image.randomisePalette(random);
-        void* buffer = nullptr;
-        for (const int rle : {0, 1}) keepBuffer("bmp", savebmptobuffer(&buffer, image, rle), buffer);
+        for (const int rle : {0, 1})
+            keepSaved("bmp", [&](void** buffer) { return savebmptobuffer(buffer, image, rle); });
         for (const UINT flags : {0u, 1u, 2u, 4u, 0x30001u})
-            keepBuffer("gif", savegiftobufferex(&buffer, image, flags, 1), buffer);
+            keepSaved("gif", [&](void** buffer) { return savegiftobufferex(buffer, image, flags, 1); });
         for (int option = 0; option < 12; option++)
-            keepBuffer("png", savepngtobuffer(&buffer, image, option), buffer);
+            keepSaved("png", [&](void** buffer) { return savepngtobuffer(buffer, image, option); });
         for (const UINT option : {0u, 1u, 2u, 0x10u, 0x11u, 0x12u})
-            keepBuffer("jpeg", savejpgtobufferex(&buffer, image, 60, option), buffer);
+            keepSaved("jpeg", [&](void** buffer) { return savejpgtobufferex(buffer, image, 60, option); });
     }
 }
 
@@ -114,7 +113,7 @@ void codecData(Random& random) {
     for (const unsigned bits : {2u, 4u, 8u}) {
         Bytes pixels = random.bytes(500), coded(2 * 500 + 300);
         for (auto& pixel : pixels)
-            pixel &= static_cast<std::uint8_t>((1u << bits) - 1 & (pixel & 1 ? 1 : 255));
+            pixel &= static_cast<std::uint8_t>(((1u << bits) - 1) & (pixel & 1 ? 1 : 255));
         GifCodeParams params{};
         params.codesize = bits;
         coded.resize(GifEncode(&params, pixels.data(), 500, coded.data(), static_cast<UINT>(coded.size())));
@@ -130,15 +129,15 @@ void codecData(Random& random) {
 
 }  // namespace
 
-int main(int count, char** arguments) {
-    if (count != 2) return 1;
-    folder = arguments[1];
-    orn32::attachProcess(nullptr);
+Seeds makeSeeds() {
+    seeds.clear();
     Random random(2026);
     savedFiles(random);
     bitmaps(random);
     pngs(random);
     jpegs(random);
     codecData(random);
-    return 0;
+    return std::move(seeds);
 }
+
+}  // namespace fuzz

@@ -3,7 +3,11 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <optional>
+
 #include "tests/support/files.h"
+#include "tests/support/guarded.h"
 #include "tests/support/test_image.h"
 
 namespace test {
@@ -17,7 +21,12 @@ inline void freeBuffer(void* buffer) {
 class Saved {
  public:
     Saved(TestImage& image, int quality, UINT options)
-        : code(savejpgtobufferex(&buffer_, image, quality, options)) {}
+        : code(savejpgtobufferex(&buffer_, image, quality, options)) {
+        if (code != 0) return;
+        Bytes source = bytes();
+        source.resize(std::max<std::size_t>(source.size(), 100));  // what is probed of a source
+        source_.emplace(source);
+    }
     ~Saved() {
         if (buffer_) freeBuffer(buffer_);
     }
@@ -31,10 +40,12 @@ class Saved {
         while (n > 2 && (p[n - 2] != 0xFF || p[n - 1] != 0xD9)) n--;
         return {p, p + n};
     }
-    const void* data() const { return buffer_; }
+    // The file as a source, which ends at an unreadable page.
+    const void* data() const { return source_->data(); }
 
  private:
     void* buffer_ = nullptr;
+    std::optional<GuardedBytes> source_;
 
  public:
     const int code;

@@ -346,6 +346,16 @@ StreamPlan separateScans(const CoefPicture& picture) {
     return plan;
 }
 
+StreamPlan firstAloneScans(const CoefPicture& picture) {
+    StreamPlan plan = oneScan(picture);
+    std::vector<unsigned>& all = plan.scans[0].components;
+    if (all.size() == 1) return plan;
+    const std::vector<unsigned> others(all.begin() + 1, all.end());
+    all.resize(1);
+    plan.scans.push_back({others});
+    return plan;
+}
+
 StreamPlan progressiveScans(const CoefPicture& picture) {
     StreamPlan plan = oneScan(picture);
     plan.progressive = true;

@@ -55,9 +55,11 @@ struct StreamPlan {
     Bytes segments;           // put in behind SOI as they are
 };
 
-// All components in one scan, or each in its own; a typical progressive script of one or several components.
+// All components in one scan, each in its own, or the first alone and the others together; a typical
+// progressive script of one or several components.
 StreamPlan oneScan(const CoefPicture& picture);
 StreamPlan separateScans(const CoefPicture& picture);
+StreamPlan firstAloneScans(const CoefPicture& picture);
 StreamPlan progressiveScans(const CoefPicture& picture);
 
 // The picture as a stream. The Huffman tables have codes of all lengths, drawn anew for each scan.

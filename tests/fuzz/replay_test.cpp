@@ -1,0 +1,100 @@
+// The fuzz targets over their seeds and over a bounded number of changes to them, the same ones every time:
+// so that no target goes out of use unnoticed, and so that the real system sees what the fuzzers' native
+// build does.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+
+#include "tests/fuzz/seeds.h"
+#include "tests/support/random.h"
+
+// The build gives each target's entry a name of its own.
+using Target = int(const std::uint8_t* data, std::size_t size);
+extern "C" Target replay_bmp, replay_gif, replay_gifcodec, replay_jpeg, replay_png, replay_save;
+
+using namespace test;
+
+namespace {
+
+constexpr std::size_t largest = 16384;  // bytes of an input, as in ./fuzz
+constexpr int changes = 1500;           // tried per target
+
+struct Entry {
+    const char* name;
+    Target* run;
+};
+constexpr Entry entries[] = {{"bmp", replay_bmp},   {"gif", replay_gif}, {"gifcodec", replay_gifcodec},
+                             {"jpeg", replay_jpeg}, {"png", replay_png}, {"save", replay_save}};
+
+// What is being tried, for the message when a target gives up the program.
+const char* currentTarget;
+std::size_t currentSeed;
+int currentChange;  // 0: the seed itself
+
+void tellInput(int signal) {
+    std::fprintf(stderr, "%s: seed %zu, change %d\n", currentTarget, currentSeed, currentChange);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+// One change: bytes overwritten, a bit flipped, a piece left out, doubled or taken from another file, the end
+// cut.
+void change(Bytes& file, const Bytes& other, Random& random) {
+    static constexpr std::uint8_t borders[] = {0x00, 0x01, 0x7F, 0x80, 0xFE, 0xFF};
+    const auto size = static_cast<std::uint32_t>(file.size());
+    if (size == 0) return;
+    const std::uint32_t at = random.below(size), length = 1 + random.below(std::min(size - at, 64u));
+    const auto from = file.begin() + at, to = from + length;
+    switch (random.below(7)) {
+        case 0:
+            std::fill_n(from, std::min(length, 4u), borders[random.below(sizeof borders)]);
+            break;
+        case 1:
+            *from = random.byte();
+            break;
+        case 2:
+            *from ^= static_cast<std::uint8_t>(1 << random.below(8));
+            break;
+        case 3:
+            file.erase(from, to);
+            break;
+        case 4: {
+            const Bytes piece(from, to);
+            file.insert(file.begin() + random.below(size), piece.begin(), piece.end());
+            break;
+        }
+        case 5:
+            std::copy_n(other.begin(), std::min<std::size_t>(length, other.size()), from);
+            break;
+        default:
+            file.resize(at);
+    }
+}
+
+class Replay : public testing::TestWithParam<Entry> {};
+
+}  // namespace
+
+TEST_P(Replay, TheTargetHoldsOverItsSeedsAndChangesOfThem) {
+    const auto [name, run] = GetParam();
+    const std::vector<Bytes> inputs = fuzz::makeSeeds()[name];
+    ASSERT_GT(inputs.size(), 4u);
+    currentTarget = name;
+    for (const int signal : {SIGABRT, SIGSEGV}) std::signal(signal, tellInput);
+    currentChange = 0;
+    for (currentSeed = 0; currentSeed < inputs.size(); currentSeed++)
+        run(inputs[currentSeed].data(), inputs[currentSeed].size());
+    Random random(8);
+    for (currentChange = 1; currentChange <= changes; currentChange++) {
+        currentSeed = random.below(static_cast<std::uint32_t>(inputs.size()));
+        Bytes file = inputs[currentSeed];
+        for (std::uint32_t n = 1 + random.below(4); n > 0; n--)
+            change(file, inputs[random.below(static_cast<std::uint32_t>(inputs.size()))], random);
+        run(file.data(), std::min(file.size(), largest));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Targets, Replay, testing::ValuesIn(entries),
+                         [](const auto& parameter) { return std::string(parameter.param.name); });
