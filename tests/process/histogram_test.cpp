@@ -52,17 +52,6 @@ TEST(Histogram, EveryPixelOfTheAreaIsCountedOnce) {
     }
 }
 
-TEST(Histogram, TheThreeTablesMayBeOne) {
-    TestImage image(50, 40, 24);
-    Random random(351);
-    image.randomise(random);
-    long table[256];
-    ASSERT_EQ(calchisto(image, table, table, table), 0);
-    Tables t;
-    ASSERT_EQ(calchisto(image, t.red, t.green, t.blue), 0);
-    for (unsigned i = 0; i < 256; i++) EXPECT_EQ(table[i], t.red[i] + t.green[i] + t.blue[i]) << i;
-}
-
 TEST(Histogram, AMissingTableIsReportedAfterTheRedOneIsCleared) {
     TestImage rgb(5, 5, 24), pal(5, 5, 8), one(5, 5, 1);
     pal->imgkind = 0;

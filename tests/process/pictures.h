@@ -28,6 +28,12 @@ inline Colour paletteColour(const imgdes& image, unsigned index) {
     return {entry.rgbBlue, entry.rgbGreen, entry.rgbRed};
 }
 
+inline std::vector<Colour> paletteColours(const imgdes& image, unsigned count) {
+    std::vector<Colour> colours;
+    for (unsigned i = 0; i < count; i++) colours.push_back(paletteColour(image, i));
+    return colours;
+}
+
 // The first entries of a DIB section's own colour table.
 inline std::vector<Colour> sectionColours(const imgdes& image, unsigned count) {
     RGBQUAD table[256] = {};
@@ -57,6 +63,11 @@ inline int commonHeight(const TestImage& a, const TestImage& b) {
     return std::min(a.areaHeight(), b.areaHeight());
 }
 
+// A pixel as a number, counted from the area's top-left corner.
+inline unsigned areaPixel(const TestImage& image, int x, int y) {
+    return image.pixel(static_cast<int>(image.image.left) + x, static_cast<int>(image.image.top) + y);
+}
+
 // The colours of the picture where one area begins, as many as both areas have.
 inline Grid<Colour> coloursAt(const TestImage& picture, const imgdes& from, const imgdes& to) {
     const UINT width = std::min(from.right - from.left, to.right - to.left) + 1;
@@ -78,9 +89,7 @@ inline Grid<Colour> commonColours(const TestImage& source, const TestImage& dest
 inline Grid<unsigned> commonPixels(const TestImage& source, const TestImage& destination) {
     Grid<unsigned> grid(commonWidth(source, destination), commonHeight(source, destination));
     for (int y = 0; y < grid.height; y++)
-        for (int x = 0; x < grid.width; x++)
-            grid.at(x, y) =
-                source.pixel(static_cast<int>(source.image.left) + x, static_cast<int>(source.image.top) + y);
+        for (int x = 0; x < grid.width; x++) grid.at(x, y) = areaPixel(source, x, y);
     return grid;
 }
 
@@ -149,6 +158,28 @@ inline void paintPalette(TestImage& image, Random& random) {
 
 inline std::string describe(const TestImage& source, const TestImage& destination) {
     return source.describe() + " to " + destination.describe();
+}
+
+// Two pictures of random sizes with random areas: painted, with palettes in use where there are any.
+struct Pair {
+    TestImage source, destination;
+
+    Pair(Random& random, unsigned sourceBits, unsigned destinationBits, unsigned width, unsigned height)
+        : source(1 + random.below(width), 1 + random.below(height), sourceBits),
+          destination(1 + random.below(width), 1 + random.below(height), destinationBits) {
+        paint(source, random);
+        destination.randomise(random);
+        for (TestImage* image : {&source, &destination}) {
+            if (image->bitsPerPixel() == 8) paintPalette(*image, random);
+            image->randomArea(random);
+        }
+    }
+};
+
+// The 256 entries at an image's palette, as bytes.
+inline std::vector<std::uint8_t> paletteBytes(const imgdes& image) {
+    const auto* const entries = reinterpret_cast<const std::uint8_t*>(image.palette);
+    return {entries, entries + 1024};
 }
 
 }  // namespace test
