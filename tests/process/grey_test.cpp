@@ -20,7 +20,7 @@ TEST(ColorToGray, EveryColourOfACoarseCubeHasItsWeightedLevel) {
     TestImage source(519, 512, 24), destination(519, 512, 8);
     for (int y = 0; y < 512; y++)
         for (int x = 0; x < 519; x++) {
-            const unsigned n = static_cast<unsigned>(y * 519 + x);
+            const unsigned n = unsigned(y * 519 + x);
             source.setPixel(x, y, n * 0x010503u * 4 + n / 64);
         }
     ASSERT_EQ(colortogray(source, destination), 0);
@@ -41,7 +41,7 @@ TEST(ColorToGray, RowsOfAnyWidthAndPlaceAreConverted) {
         Grid<unsigned> grey(colours.width, colours.height);
         for (int y = 0; y < grey.height; y++)
             for (int x = 0; x < grey.width; x++) {
-                const bool isKnown = rgb || static_cast<int>(areaPixel(source, x, y)) < known;
+                const bool isKnown = rgb || int(areaPixel(source, x, y)) < known;
                 grey.at(x, y) = isKnown ? weighted(colours.at(x, y)) : 0;
             }
         const auto expected = bytesWith(destination, grey);
@@ -86,12 +86,12 @@ TEST(Gray16, OneWrongBitCountPassesAndMemoryIsReadAndWrittenInARow) {
         const auto from = source.bytes();
         auto expected = destination.bytes();
         const auto start = [](const TestImage& image, int y) {
-            const unsigned above = image.image.top + static_cast<unsigned>(y);
-            return image.image.rowbytes * (static_cast<unsigned>(image.height()) - 1 - above) +
+            const unsigned above = image.image.top + unsigned(y);
+            return image.image.rowbytes * (unsigned(image.height()) - 1 - above) +
                    image.image.left * (image.bitsPerPixel() / 8);
         };
         for (int y = 0; y < commonHeight(source, destination) && !refused; y++)
-            for (unsigned x = 0, n = static_cast<unsigned>(commonWidth(source, destination)); x < n; x++) {
+            for (unsigned x = 0, n = unsigned(commonWidth(source, destination)); x < n; x++) {
                 const std::size_t in = start(source, y) + x * (narrowing ? 2 : 1);
                 const std::size_t out = start(destination, y) + x * (narrowing ? 1 : 2);
                 if (in + (narrowing ? 2 : 1) > from.size() || out + (narrowing ? 1 : 2) > expected.size())

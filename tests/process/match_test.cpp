@@ -8,7 +8,7 @@ using namespace test;
 namespace {
 
 std::vector<Colour> paletteOf(const imgdes& image) {
-    return paletteColours(image, static_cast<unsigned>(image.palcolors));
+    return paletteColours(image, unsigned(image.palcolors));
 }
 
 }  // namespace
@@ -47,8 +47,8 @@ TEST(MatchColors, AnAreaMayOverlapItsSourceUpToOneRowFurtherDown) {
         image.randomArea(random);
         imgdes to = image.image;
         image.randomArea(random);
-        to.top = random.below(std::min(image->top + 2, static_cast<UINT>(image.height())));
-        to.bottom = std::min(to.top + image->bottom - image->top, static_cast<UINT>(image.height()) - 1);
+        to.top = random.below(std::min(image->top + 2, UINT(image.height())));
+        to.bottom = std::min(to.top + image->bottom - image->top, UINT(image.height()) - 1);
         const int mode = random.between(0, 3);
         imgdes from = image.image;
         image.image = to;
@@ -66,18 +66,13 @@ TEST(MatchColors, AFullOctreeIsSearchedToItsLastLeaf) {
     for (unsigned depth = 0; depth < 4; depth++)
         for (unsigned child = 0; child < 8; child++) {
             if (depth == 0 && child == 0) continue;
-            Colour c = {0, 0, 0};
-            for (unsigned level = 0; level < depth; level++)
-                c.red |= 0x80 >> level, c.green |= 0x80 >> level, c.blue |= 0x80 >> level;
-            const unsigned bit = 0x80 >> depth;
-            if (child & 4) c.red = static_cast<std::uint8_t>(c.red | bit);
-            if (child & 2) c.green = static_cast<std::uint8_t>(c.green | bit);
-            if (child & 1) c.blue = static_cast<std::uint8_t>(c.blue | bit);
-            palette.push_back(c);
+            const unsigned ones = 0xF00 >> depth & 0xFF, bit = 0x80 >> depth;
+            const auto part = [&](unsigned mask) { return std::uint8_t(ones | (child & mask ? bit : 0)); };
+            palette.push_back({part(1), part(2), part(4)});
         }
     for (std::size_t i = 0; i < palette.size(); i++)
         destination->palette[i] = {palette[i].blue, palette[i].green, palette[i].red, 0};
-    destination->palcolors = static_cast<int>(palette.size());
+    destination->palcolors = int(palette.size());
     Random random(323);
     for (int y = 0; y < 16; y++)
         for (int x = 0; x < 16; x++) source.setPixel(x, y, random.next() & 0x7F7F7F);

@@ -10,7 +10,7 @@ namespace {
 
 // The palette is that of a median cut, then entry 0 again.
 void expectConversion(TestImage& source, TestImage& destination, int colours, int mode) {
-    const auto count = static_cast<unsigned>(colours);
+    const auto count = unsigned(colours);
     const Grid<Colour> picture = commonColours(source, destination);
     auto palette = plainMedianCut(picture, count);
     const std::size_t distinct = palette.size();
@@ -70,7 +70,7 @@ TEST(ConvertPalToRgb, EveryPixelTakesItsPaletteSlot) {
         auto [source, destination] = Pair(random, 8, 24, 50, 12);
         source->palcolors = random.between(0, 256);
         const auto expected = bytesWith(destination, commonColours(source, destination), [](Colour c) {
-            return c.blue | static_cast<unsigned>(c.green) << 8 | static_cast<unsigned>(c.red) << 16;
+            return c.blue | unsigned(c.green) << 8 | unsigned(c.red) << 16;
         });
         ASSERT_EQ(convertpaltorgb(source, destination), 0);
         ASSERT_EQ(destination.bytes(), expected) << describe(source, destination);

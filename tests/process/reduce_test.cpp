@@ -44,23 +44,23 @@ TEST(ReduceColors, PaletteAndPixelsAreThoseOfThePlainChoiceAndMatch) {
     for (int round = 0; round < 500; round++) {
         auto [source, destination] = Pair(random, 8, 8, 50, 30);
         const int sourceColours = source->palcolors = random.oneIn(2) ? 256 : random.between(2, 256);
-        const unsigned used = 1 + random.below(static_cast<unsigned>(sourceColours));
+        const unsigned used = 1 + random.below(unsigned(sourceColours));
         for (unsigned i = 0; i < source->header->biSizeImage; i++)
-            source->bits[i] = static_cast<std::uint8_t>(source->bits[i] % used);
+            source->bits[i] = std::uint8_t(source->bits[i] % used);
         const int wanted = destination->palcolors = random.between(2, std::min(sourceColours, 255));
         const int mode = random.between(0, 3);
 
         std::vector<unsigned> counts(256);
         for (int y = 0; y < source.areaHeight(); y++)
             for (int x = 0; x < source.areaWidth(); x++) counts[areaPixel(source, x, y)]++;
-        const auto entries = paletteColours(source.image, static_cast<unsigned>(sourceColours));
-        const auto palette = plainChoice(counts, entries, static_cast<unsigned>(wanted));
+        const auto entries = paletteColours(source.image, unsigned(sourceColours));
+        const auto palette = plainChoice(counts, entries, unsigned(wanted));
         const auto expected =
             bytesWith(destination, plainMatch(commonColours(source, destination), palette, mode));
         ASSERT_EQ(reduceimagecolors(source, destination, mode), 0);
         const std::string what = describe(source, destination) + ", " + std::to_string(sourceColours) +
                                  " to " + std::to_string(wanted) + " colours, mode " + std::to_string(mode);
-        ASSERT_EQ(paletteColours(destination.image, static_cast<unsigned>(wanted)), palette) << what;
+        ASSERT_EQ(paletteColours(destination.image, unsigned(wanted)), palette) << what;
         ASSERT_EQ(destination.bytes(), expected) << what;
         ASSERT_EQ(destination->palcolors, wanted);
         ASSERT_EQ(destination->imgkind, 0u);

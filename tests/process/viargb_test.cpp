@@ -26,9 +26,9 @@ int addToBlue(int amount, Seen* seen, int code, imgdes* source, imgdes* destinat
     if (const int wrong = checkrange_(destination)) return wrong;
     for (UINT y = destination->top; y <= destination->bottom; y++)
         for (UINT x = destination->left; x <= destination->right; x++) {
-            const UINT height = static_cast<UINT>(destination->header->biHeight);
+            const UINT height = UINT(destination->header->biHeight);
             std::uint8_t* p = destination->bits + destination->rowbytes * (height - 1 - y) + 3 * x;
-            *p = static_cast<std::uint8_t>(*p + amount);
+            *p = std::uint8_t(*p + amount);
         }
     return code;
 }
@@ -44,13 +44,13 @@ TEST(RgbDetour, TheAreaIsChangedAndTheWholePictureRequantised) {
         Grid<Colour> picture(std::min(source.width(), destination.width()),
                              std::min(source.height(), destination.height()));
         const auto inArea = [&](int x, int y) {
-            return x >= static_cast<int>(source->left) && x <= static_cast<int>(source->right) &&
-                   y >= static_cast<int>(source->top) && y <= static_cast<int>(source->bottom);
+            return x >= int(source->left) && x <= int(source->right) && y >= int(source->top) &&
+                   y <= int(source->bottom);
         };
         for (int y = 0; y < picture.height; y++)
             for (int x = 0; x < picture.width; x++) {
                 Colour& colour = picture.at(x, y) = colourAt(source, x, y);
-                if (inArea(x, y)) colour.blue = static_cast<std::uint8_t>(colour.blue + 37);
+                if (inArea(x, y)) colour.blue = std::uint8_t(colour.blue + 37);
             }
         auto palette = plainMedianCut(picture, 256);
         palette.resize(256, palette[0]);
