@@ -240,6 +240,19 @@ TEST(Checks, TheFirstThingThatIsWrongIsReported) {
     EXPECT_EQ(rgb.bytes(), rgbBefore);
 }
 
+TEST(Checks, ADibSectionsColourTableFollowsThePalette) {
+    Random random(304);
+    for (const Operation& operation : operations) {
+        if (!operation.needsPalette) continue;
+        TestImage source(7, 7, operation.takes(24, 8) ? 24 : 8), destination(7, 7, 8, true);
+        for (TestImage* image : {&source, &destination}) image->randomise(random);
+        destination.randomisePalette(random);
+        ASSERT_EQ(operation.run(source, destination), 0);
+        EXPECT_EQ(sectionColours(destination.image, 9), paletteColours(destination.image, 9))
+            << operation.name;
+    }
+}
+
 // Its pixels follow the palette at once.
 TEST(Checks, APackedBitmapIsNotGivenMorePaletteEntriesThanItHasRoomFor) {
     TestImage colour(8, 5, 24), palette(8, 5, 8);
