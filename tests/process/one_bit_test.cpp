@@ -77,8 +77,9 @@ TEST(OneBit, FromLevelsAgreesWithThePlainVersionOverRandomAreas) {
     for (int round = 0; round < 3000; round++) {
         const MemoryWatch watch;
         const int mode = random.between(-1, 3);
-        TestImage source(1 + random.below(70), 1 + random.below(30), 8);
-        TestImage destination(1 + random.below(70), 1 + random.below(30), 1);
+        auto [source, destination] = Pair(random, 8, 1, 70, 30);
+        for (unsigned i = 0; i < 256; i++) source->palette[i] = {BYTE(i), BYTE(i), BYTE(i), 0};
+        source->imgkind = 1;
         paintLevels(source, random);
         if (random.oneIn(3)) {
             paintPalette(source, random);
@@ -86,9 +87,6 @@ TEST(OneBit, FromLevelsAgreesWithThePlainVersionOverRandomAreas) {
         } else if (random.oneIn(3)) {
             source->imgkind = 4;  // not marked, but the grey ramp all the same
         }
-        destination.randomise(random);
-        source.randomArea(random);
-        destination.randomArea(random);
         const auto expected = bytesWith(destination, plainBits(mode, greyLevels(source, destination)));
         destination->palette[0] = destination->palette[1] = {9, 9, 9, 9};
         destination->imgkind = 6;
@@ -107,13 +105,8 @@ TEST(OneBit, ToLevelsAgreesWithThePlainVersionOverRandomAreas) {
     for (int round = 0; round < 3000; round++) {
         const MemoryWatch watch;
         const bool smoothing = random.oneIn(2);
-        TestImage source(3 + random.below(80), 1 + random.below(20), 1);
-        TestImage destination(3 + random.below(80), 1 + random.below(20), 8);
-        source.randomise(random);
+        auto [source, destination] = Pair(random, 1, 8, 80, 20);
         source->palette[0] = {255, 255, 255, 0};  // the palette plays no part
-        destination.randomise(random);
-        source.randomArea(random);
-        destination.randomArea(random);
         const Grid<unsigned> bits = commonPixels(source, destination);
         Grid<unsigned> levels(bits.width, bits.height);
         const int w = levels.width;
@@ -125,7 +118,6 @@ TEST(OneBit, ToLevelsAgreesWithThePlainVersionOverRandomAreas) {
                                       : 255 * bit(x);
             }
         const auto before = destination.bytes(), expected = bytesWith(destination, levels);
-        paintPalette(destination, random);
         const int code =
             smoothing ? convert1bitto8bitsmooth(source, destination) : convert1bitto8bit(source, destination);
         const bool narrow = smoothing && w < 3;
@@ -134,32 +126,4 @@ TEST(OneBit, ToLevelsAgreesWithThePlainVersionOverRandomAreas) {
             << describe(source, destination) << smoothing;
         ASSERT_EQ(isgrayscaleimage(destination), !narrow);
     }
-}
-
-TEST(OneBit, ChecksInOrderAndTouchesNothing) {
-    Random random(64);
-    TestImage bits(9, 9, 1), levels(9, 9, 8), colours(9, 9, 24), other(9, 9, 16);
-    imgdes off = levels.image, offBits = bits.image, bare = levels.image;
-    off.bottom = offBits.bottom = 9;
-    bare.palette = nullptr;
-    struct Case {
-        const char* name;
-        imgdes *source, *destination;
-        int from8, to8;
-    };
-    for (const Case& c : {Case{"the right way round for 8 to 1", levels, bits, 0, ERR_BITS},
-                          Case{"the right way round for 1 to 8", bits, levels, ERR_BITS, 0},
-                          Case{"colours", colours, bits, ERR_BITS, ERR_BITS},
-                          Case{"to colours", levels, colours, ERR_BITS, ERR_BITS},
-                          Case{"16 bits", other, bits, ERR_BITS, ERR_BITS},
-                          Case{"an area off the picture", &off, other, ERR_RANGE, ERR_RANGE},
-                          Case{"a destination area off it", levels, &offBits, ERR_RANGE, ERR_RANGE}}) {
-        EXPECT_EQ(convert8bitto1bit(2, c.source, c.destination), c.from8) << c.name;
-        EXPECT_EQ(convert1bitto8bit(c.source, c.destination), c.to8) << c.name;
-        EXPECT_EQ(convert1bitto8bitsmooth(c.source, c.destination), c.to8) << c.name;
-    }
-    bare.imgkind = 0;
-    EXPECT_EQ(convert8bitto1bit(2, &bare, bits), ERR_RANGE) << "indices without colours";
-    bare.imgkind = 1;
-    EXPECT_EQ(convert8bitto1bit(2, &bare, bits), 0) << "levels need none";
 }

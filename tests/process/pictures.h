@@ -18,14 +18,20 @@ struct Grid {
     int width = 0, height = 0;
     std::vector<T> pixels;
 
-    Grid(int w, int h) : width(w), height(h), pixels(static_cast<std::size_t>(w * h)) {}
-    T& at(int x, int y) { return pixels[static_cast<std::size_t>(y * width + x)]; }
-    const T& at(int x, int y) const { return pixels[static_cast<std::size_t>(y * width + x)]; }
+    Grid(int w, int h) : width(w), height(h), pixels(std::size_t(w * h)) {}
+    T& at(int x, int y) { return pixels[std::size_t(y * width + x)]; }
+    const T& at(int x, int y) const { return pixels[std::size_t(y * width + x)]; }
 };
 
 inline Colour paletteColour(const imgdes& image, unsigned index) {
     const RGBQUAD& entry = image.palette[index];
     return {entry.rgbBlue, entry.rgbGreen, entry.rgbRed};
+}
+
+inline std::vector<Colour> paletteColours(const imgdes& image, unsigned count) {
+    std::vector<Colour> colours;
+    for (unsigned i = 0; i < count; i++) colours.push_back(paletteColour(image, i));
+    return colours;
 }
 
 // The first entries of a DIB section's own colour table.
@@ -46,8 +52,7 @@ inline std::vector<Colour> sectionColours(const imgdes& image, unsigned count) {
 inline Colour colourAt(const TestImage& image, int x, int y) {
     const unsigned p = image.pixel(x, y);
     if (image.bitsPerPixel() == 8) return paletteColour(image.image, p);
-    return {static_cast<std::uint8_t>(p), static_cast<std::uint8_t>(p >> 8),
-            static_cast<std::uint8_t>(p >> 16)};
+    return {std::uint8_t(p), std::uint8_t(p >> 8), std::uint8_t(p >> 16)};
 }
 
 inline int commonWidth(const TestImage& a, const TestImage& b) {
@@ -57,15 +62,19 @@ inline int commonHeight(const TestImage& a, const TestImage& b) {
     return std::min(a.areaHeight(), b.areaHeight());
 }
 
+// A pixel as a number, counted from the area's top-left corner.
+inline unsigned areaPixel(const TestImage& image, int x, int y) {
+    return image.pixel(int(image.image.left) + x, int(image.image.top) + y);
+}
+
 // The colours of the picture where one area begins, as many as both areas have.
 inline Grid<Colour> coloursAt(const TestImage& picture, const imgdes& from, const imgdes& to) {
     const UINT width = std::min(from.right - from.left, to.right - to.left) + 1;
     const UINT height = std::min(from.bottom - from.top, to.bottom - to.top) + 1;
-    Grid<Colour> grid(static_cast<int>(width), static_cast<int>(height));
+    Grid<Colour> grid{int(width), int(height)};
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
-            grid.at(x, y) =
-                colourAt(picture, static_cast<int>(from.left) + x, static_cast<int>(from.top) + y);
+            grid.at(x, y) = colourAt(picture, int(from.left) + x, int(from.top) + y);
     return grid;
 }
 
@@ -78,9 +87,7 @@ inline Grid<Colour> commonColours(const TestImage& source, const TestImage& dest
 inline Grid<unsigned> commonPixels(const TestImage& source, const TestImage& destination) {
     Grid<unsigned> grid(commonWidth(source, destination), commonHeight(source, destination));
     for (int y = 0; y < grid.height; y++)
-        for (int x = 0; x < grid.width; x++)
-            grid.at(x, y) =
-                source.pixel(static_cast<int>(source.image.left) + x, static_cast<int>(source.image.top) + y);
+        for (int x = 0; x < grid.width; x++) grid.at(x, y) = areaPixel(source, x, y);
     return grid;
 }
 
@@ -90,8 +97,7 @@ std::vector<std::uint8_t> bytesWith(TestImage& image, const Grid<T>& grid, ToPix
     const std::vector<std::uint8_t> before = image.bytes();
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
-            image.setPixel(static_cast<int>(image->left) + x, static_cast<int>(image->top) + y,
-                           static_cast<unsigned>(toPixel(grid.at(x, y))));
+            image.setPixel(int(image->left) + x, int(image->top) + y, unsigned(toPixel(grid.at(x, y))));
     const std::vector<std::uint8_t> after = image.bytes();
     std::copy(before.begin(), before.end(), image->bits);
     return after;
@@ -117,14 +123,14 @@ inline void paint(TestImage& image, Random& random) {
     const int noise = random.between(0, 9), start = random.byte();
     for (int y = 0; y < image.height(); y++)
         for (int x = 0; x < image.width(); x++) {
-            unsigned pixel = colours[random.below(static_cast<unsigned>(colours.size()))];
+            unsigned pixel = colours[random.below(unsigned(colours.size()))];
             if (kind == 3) {
                 pixel = 0;
                 for (int c = 0; c < 3; c++) {
                     const double level =
                         start + slope[c] * x + slope[(c + 1) % 3] * y + 30 * std::sin(x * 0.1 * c);
-                    const int v = std::clamp(static_cast<int>(level) + random.between(0, noise), 0, 255);
-                    pixel |= static_cast<unsigned>(v) << 8 * c;
+                    const int v = std::clamp(int(level) + random.between(0, noise), 0, 255);
+                    pixel |= unsigned(v) << 8 * c;
                 }
             }
             image.setPixel(x, y, pixel);
@@ -138,8 +144,7 @@ inline void paintPalette(TestImage& image, Random& random) {
     for (unsigned i = 0; i < 256; i++) {
         RGBQUAD& entry = image->palette[i];
         if (kind == 1)
-            for (BYTE* c : {&entry.rgbBlue, &entry.rgbGreen, &entry.rgbRed})
-                *c = static_cast<BYTE>(100 + *c % 24);
+            for (BYTE* c : {&entry.rgbBlue, &entry.rgbGreen, &entry.rgbRed}) *c = BYTE(100 + *c % 24);
         if (kind == 2 && i) entry = image->palette[random.below(i)];
         if (kind == 3) entry.rgbBlue = entry.rgbGreen = entry.rgbRed;
         if (kind == 4) entry.rgbBlue = entry.rgbRed = 77;
@@ -149,6 +154,28 @@ inline void paintPalette(TestImage& image, Random& random) {
 
 inline std::string describe(const TestImage& source, const TestImage& destination) {
     return source.describe() + " to " + destination.describe();
+}
+
+// Two pictures of random sizes with random areas: painted, with palettes in use where there are any.
+struct Pair {
+    TestImage source, destination;
+
+    Pair(Random& random, unsigned sourceBits, unsigned destinationBits, unsigned width, unsigned height)
+        : source(1 + random.below(width), 1 + random.below(height), sourceBits),
+          destination(1 + random.below(width), 1 + random.below(height), destinationBits) {
+        paint(source, random);
+        destination.randomise(random);
+        for (TestImage* image : {&source, &destination}) {
+            if (image->bitsPerPixel() == 8) paintPalette(*image, random);
+            image->randomArea(random);
+        }
+    }
+};
+
+// The 256 entries at an image's palette, as bytes.
+inline std::vector<std::uint8_t> paletteBytes(const imgdes& image) {
+    const auto* const entries = reinterpret_cast<const std::uint8_t*>(image.palette);
+    return {entries, entries + 1024};
 }
 
 }  // namespace test

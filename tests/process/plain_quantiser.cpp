@@ -20,14 +20,14 @@ int squaredDistance(Colour a, Colour b) {
 // Largest first. Gaps are found by climbing 1, 4, 13, ... past span / 9; exchanges instead of moves.
 template <class T>
 void exchangeSort(std::vector<T>& list, const std::function<int(const T&)>& key) {
-    const int n = static_cast<int>(list.size());
+    const int n = int(list.size());
     int gap = 1;
     while (gap <= n / 9) gap = gap * 3 + 1;
     while (gap > 0) {
         for (int start = gap; start < n; start++)
             for (int at = start; at - gap >= 0; at -= gap) {
-                T& left = list[static_cast<std::size_t>(at - gap)];
-                T& right = list[static_cast<std::size_t>(at)];
+                T& left = list[std::size_t(at - gap)];
+                T& right = list[std::size_t(at)];
                 if (!(key(left) < key(right))) break;
                 std::swap(left, right);
             }
@@ -51,7 +51,7 @@ class PlainOctree {
     explicit PlainOctree(const std::vector<Colour>& palette) {
         for (std::size_t i = 0; i < palette.size(); i++) {
             auto [leaf, isNew] = leaves_.try_emplace(path(palette[i]), Leaf{palette[i], 0});
-            leaf->second.index = static_cast<int>(i);
+            leaf->second.index = int(i);
         }
     }
     int find(Colour colour) const {
@@ -98,14 +98,14 @@ class PlainAxis {
             range[c] = high - low;
         }
         axis_ = plainAxis(range[2], range[1], range[0]);
-        for (std::size_t i = 0; i < palette.size(); i++) order_.push_back(static_cast<int>(i));
+        for (std::size_t i = 0; i < palette.size(); i++) order_.push_back(int(i));
         exchangeSort<int>(order_, [this](const int& i) { return valueOf(i); });
     }
     int find(Colour colour) const {
-        const int start = startFor(channelOf(colour, axis_)), n = static_cast<int>(order_.size());
+        const int start = startFor(channelOf(colour, axis_)), n = int(order_.size());
         std::vector<int> walk;
-        for (int i = start; i >= 0; i--) walk.push_back(order_[static_cast<std::size_t>(i)]);
-        for (int i = start + 1; i < n; i++) walk.push_back(order_[static_cast<std::size_t>(i)]);
+        for (int i = start; i >= 0; i--) walk.push_back(order_[std::size_t(i)]);
+        for (int i = start + 1; i < n; i++) walk.push_back(order_[std::size_t(i)]);
         int best = walk[0];
         for (const int i : walk)
             if (distanceTo(i, colour) < distanceTo(best, colour)) best = i;
@@ -113,15 +113,12 @@ class PlainAxis {
     }
 
  private:
-    int valueOf(int i) const { return channelOf(palette_[static_cast<std::size_t>(i)], axis_); }
-    int distanceTo(int i, Colour colour) const {
-        return squaredDistance(palette_[static_cast<std::size_t>(i)], colour);
-    }
+    int valueOf(int i) const { return channelOf(palette_[std::size_t(i)], axis_); }
+    int distanceTo(int i, Colour colour) const { return squaredDistance(palette_[std::size_t(i)], colour); }
     // The last position that holds the value chosen for v, or 0 above all of them.
     int startFor(int v) const {
         std::map<int, int> lastPosition;
-        for (std::size_t i = 0; i < order_.size(); i++)
-            lastPosition[valueOf(order_[i])] = static_cast<int>(i);
+        for (std::size_t i = 0; i < order_.size(); i++) lastPosition[valueOf(order_[i])] = int(i);
         if (v > lastPosition.rbegin()->first) return 0;
         auto above = lastPosition.lower_bound(v);
         if (above->first == v || above == lastPosition.begin()) return above->second;
@@ -144,9 +141,9 @@ Grid<int> matchWith(const Grid<Colour>& picture, const std::vector<Colour>& pale
         if (x < 0 || x >= rest.width || y >= rest.height) return;
         Colour& colour = rest.at(x, y);
         std::uint8_t& v = c == 0 ? colour.blue : c == 1 ? colour.green : colour.red;
-        v = static_cast<std::uint8_t>(std::clamp(v + amount, 0, 255));
+        v = std::uint8_t(std::clamp(v + amount, 0, 255));
     };
-    const auto sixteenth = [](int v) { return static_cast<int>(std::floor(v / 16.0)); };
+    const auto sixteenth = [](int v) { return int(std::floor(v / 16.0)); };
     for (int y = 0; y < picture.height; y++)
         for (int x = 0; x < picture.width; x++) {
             const Colour colour = rest.at(x, y);
@@ -154,7 +151,7 @@ Grid<int> matchWith(const Grid<Colour>& picture, const std::vector<Colour>& pale
             const int index = indices.at(x, y) = known[keyOf(colour)];
             if (!diffused) continue;
             for (int c = 0; c < 3; c++) {
-                const int e = channelOf(colour, c) - channelOf(palette[static_cast<std::size_t>(index)], c);
+                const int e = channelOf(colour, c) - channelOf(palette[std::size_t(index)], c);
                 add(x + 1, y, c, sixteenth(7 * e));
                 add(x - 1, y + 1, c, sixteenth(3 * e));
                 add(x, y + 1, c, sixteenth(5 * e));
@@ -217,8 +214,8 @@ std::vector<Colour> plainMedianCut(const Grid<Colour>& picture, unsigned wanted)
             unsigned long long sum = 0;
             for (const int key : box.keys)
                 sum += static_cast<unsigned long long>(component(key, c)) * histogram[key];
-            const unsigned level = static_cast<unsigned>(sum / box.count);
-            mean[c] = static_cast<std::uint8_t>(level * 8 + level / 4);
+            const unsigned level = unsigned(sum / box.count);
+            mean[c] = std::uint8_t(level * 8 + level / 4);
         }
         palette.push_back({mean[0], mean[1], mean[2]});
     }
