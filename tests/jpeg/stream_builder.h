@@ -16,6 +16,7 @@ using Block = std::array<std::int16_t, 64>;  // natural order
 
 struct CoefComponent {
     unsigned h = 1, v = 1, tq = 0;
+    unsigned slot = 0;                    // of its Huffman tables
     unsigned across = 0, down = 0;        // blocks, with those that pad the last MCU
     unsigned ownAcross = 0, ownDown = 0;  // blocks of a scan of the component alone
     std::vector<Block> blocks;
@@ -65,8 +66,37 @@ StreamPlan progressiveScans(const CoefPicture& picture);
 // The picture as a stream. The Huffman tables have codes of all lengths, drawn anew for each scan.
 Bytes encode(const CoefPicture& picture, const StreamPlan& plan, Random& random);
 
-// A segment: marker, length, contents.
-Bytes segment(std::uint8_t marker, const Bytes& contents);
+// A segment: marker, length, contents; and those of a stream. Units and sides of JFIF come with 300 x 72
+// dots.
+Bytes segment(unsigned marker, const Bytes& contents);
+Bytes jfif(unsigned units, unsigned width = 0, unsigned height = 0, Bytes pixels = {});
+Bytes jfxx(unsigned kind, unsigned width, unsigned height, const Bytes& contents = {});
+Bytes huffmanSegment(unsigned table, const Bytes& definition);
+Bytes quantSegment(const CoefPicture& picture, unsigned slot, bool wide);
+Bytes frameSegment(const CoefPicture& picture, unsigned marker);
+Bytes scanSegment(const CoefPicture& picture, const StreamPlan& plan, const ScanPlan& scan);
+
+// A scan as a list of symbols, each with the bits that follow its code. Tables 0 and 1 are for DC, 2 and 3
+// for AC.
+struct Symbol {
+    static constexpr int onlyBits = -1, restart = -2;  // in place of a table
+    int table;
+    unsigned symbol;
+    std::vector<bool> bits;
+};
+std::vector<Symbol> symbolsOf(const CoefPicture& picture, const StreamPlan& plan, const ScanPlan& scan);
+
+struct HuffmanTable {
+    HuffmanTable() = default;
+    HuffmanTable(const Bytes& counts, const Bytes& values);
+    Bytes definition;  // counts and values
+    std::vector<bool> code[256];
+};
+using HuffmanTables = std::array<HuffmanTable, 4>;
+Bytes entropyCoded(const std::vector<Symbol>& symbols, const HuffmanTables& tables);
+
+// Natural positions in zigzag order.
+const std::array<unsigned, 64>& zigzag();
 
 // The picture's samples at full size, one plane per component, decoded in the plainest way.
 struct PlainPlanes {
