@@ -113,5 +113,8 @@ std::array<std::uint8_t, 64> transformPlainly(const Block& coefs, const std::arr
 // A pixel in the destination's order: blue | green << 8 | red << 16, or the grey level.
 enum class Colours { grey, ycbcr, rgb, cmyk, ycck };
 unsigned plainPixel(const PlainPlanes& planes, Colours colours, unsigned x, unsigned y);
+inline unsigned plainPixel(const PlainPlanes& planes, Colours colours, int x, int y) {
+    return plainPixel(planes, colours, static_cast<unsigned>(x), static_cast<unsigned>(y));
+}
 
 }  // namespace test
