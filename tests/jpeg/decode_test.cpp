@@ -59,10 +59,8 @@ const char* const samplings[] = {"11",       "22",       "13",       "41",      
                                  "14,11,11", "22,21,11", "11,22,11", "31,11,11",    "21,12,11",
                                  "32,11,21", "13,11,12", "21,21,21", "11,11,11,11", "22,11,11,22"};
 
-CoefPicture randomPicture(Random& random, const std::string& sampling, bool wild) {
-    CoefPicture picture = makePicture(1 + random.below(70), 1 + random.below(70), sampling);
-    randomiseBlocks(picture, random, wild);
-    return picture;
+CoefPicture anyPicture(Random& random, const char* sampling, bool wild) {
+    return randomPicture(random, 1 + random.below(70), 1 + random.below(70), sampling, wild);
 }
 
 }  // namespace
@@ -77,7 +75,7 @@ TEST(JpegDecode, EverySamplingAndEveryKindOfScanIsExact) {
     for (const char* sampling : samplings)
         for (int round = 0; round < 16; round++) {
             Case c;
-            c.picture = randomPicture(random, sampling, round / 4 == 3);
+            c.picture = anyPicture(random, sampling, round / 4 == 3);
             const auto& [kind, scans] = kinds[round % 4];
             c.plan = scans(c.picture);
             if (random.oneIn(2)) c.plan.restartInterval = 1 + random.below(5);
@@ -95,8 +93,7 @@ TEST(JpegDecode, ProgressivePlanesOfOddNumbersOfBlocksAreExact) {
     for (const char* sampling : {"11,11,11", "22,11,11", "11,11,11,11"})
         for (const unsigned side : {1u, 8u, 24u, 41u}) {
             Case c;
-            c.picture = makePicture(side, side, sampling);
-            randomiseBlocks(c.picture, random, false);
+            c.picture = randomPicture(random, side, side, sampling);
             c.plan = progressiveScans(c.picture);
             c.name = std::string(sampling) + " of side " + std::to_string(side);
             ASSERT_NO_FATAL_FAILURE(expectExact(c, random));
@@ -107,7 +104,7 @@ TEST(JpegDecode, QuantisersOf16BitsCutTheirProducts) {
     Random random(2);
     for (int round = 0; round < 20; round++) {
         Case c;
-        c.picture = randomPicture(random, "21,11,11", true);
+        c.picture = anyPicture(random, "21,11,11", true);
         for (auto& table : c.picture.quant)
             for (auto& q : table) q = static_cast<std::uint16_t>(random.between(1, 65535));
         c.plan = oneScan(c.picture);
@@ -133,7 +130,7 @@ TEST(JpegDecode, TheOptionChoosesTheConversion) {
     for (const auto& one : cases)
         for (const char* sampling : {"11", "21,11,11", "11,11,11,11"}) {
             Case c;
-            c.picture = randomPicture(random, sampling, false);
+            c.picture = anyPicture(random, sampling, false);
             c.plan = oneScan(c.picture);
             c.name = "option " + std::to_string(one.option);
             const std::size_t n = c.picture.components.size();
@@ -144,7 +141,7 @@ TEST(JpegDecode, TheOptionChoosesTheConversion) {
 
 TEST(JpegDecode, GreyPicturesGetTheGreyPalette) {
     Random random(4);
-    CoefPicture picture = randomPicture(random, "11", false);
+    CoefPicture picture = anyPicture(random, "11", false);
     const Bytes stream = encode(picture, oneScan(picture), random);
     const GuardedBytes source(stream);
     TestImage image(10, 10, 8);
@@ -157,8 +154,7 @@ TEST(JpegDecode, GreyPicturesGetTheGreyPalette) {
 // More than one read buffer long, and with a thumbnail.
 TEST(JpegDecode, FilesLoadLikeBuffers) {
     Random random(5);
-    CoefPicture picture = makePicture(600, 400, "22,11,11");
-    randomiseBlocks(picture, random, true);
+    CoefPicture picture = randomPicture(random, 600, 400, "22,11,11", true);
     StreamPlan plan = oneScan(picture);
     plan.segments = jfif(0, 20, 10, random.bytes(600));
     const Bytes stream = encode(picture, plan, random);
@@ -188,8 +184,7 @@ TEST(JpegDecode, NothingIsLostWhereTheReadBufferEnds) {
     Random random(6);
     for (const bool progressive : {false, true}) {
         Case c;
-        c.picture = makePicture(256, 640, "11,11,11");
-        randomiseBlocks(c.picture, random, true);
+        c.picture = randomPicture(random, 256, 640, "11,11,11", true);
         c.plan = progressive ? progressiveScans(c.picture) : oneScan(c.picture);
         c.plan.restartInterval = 1;
         for (unsigned shift = 0; shift < 24; shift++) {

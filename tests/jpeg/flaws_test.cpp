@@ -11,13 +11,6 @@ using namespace test;
 
 namespace {
 
-std::size_t find(const Bytes& stream, std::uint8_t marker, unsigned number = 1) {
-    for (std::size_t i = 0; i + 1 < stream.size(); i++)
-        if (stream[i] == 0xFF && stream[i + 1] == marker && --number == 0) return i;
-    ADD_FAILURE() << "no marker " << int{marker};
-    return 0;
-}
-
 void eraseSegment(Bytes& stream, std::uint8_t marker, unsigned number = 1) {
     const auto at = stream.begin() + static_cast<std::ptrdiff_t>(find(stream, marker, number));
     stream.erase(at, at + 2 + (at[2] << 8 | at[3]));
@@ -104,8 +97,7 @@ const Flaw oddities[] = {
 
 Bytes sampleStream(bool progressive, CoefPicture& picture, unsigned restart = 0) {
     Random random(99);
-    picture = makePicture(40, 40, "11,11,11");
-    randomiseBlocks(picture, random, false);
+    picture = randomPicture(random, 40, 40, "11,11,11");
     StreamPlan plan = progressive ? progressiveScans(picture) : oneScan(picture);
     plan.restartInterval = restart;
     return encode(picture, plan, random);
@@ -162,8 +154,7 @@ TEST(JpegFlaws, DecodingResumesAtTheNextMarker) {
 // Huffman tables stay usable for later scans.
 TEST(JpegFlaws, TablesOfAnEarlierScanStillCount) {
     Random random(7);
-    CoefPicture picture = makePicture(20, 20, "11,11,11");
-    randomiseBlocks(picture, random, false);
+    CoefPicture picture = randomPicture(random, 20, 20, "11,11,11");
     picture.components[2].blocks = picture.components[1].blocks;
     Bytes stream = encode(picture, separateScans(picture), random);
     const std::size_t second = find(stream, 0xDA, 2), third = find(stream, 0xC4, 5);
@@ -175,8 +166,7 @@ TEST(JpegFlaws, TablesOfAnEarlierScanStillCount) {
 
 TEST(JpegFlaws, PlanesThatNeverComeAreMissed) {
     Random random(8);
-    CoefPicture picture = makePicture(20, 20, "11,11,11");
-    randomiseBlocks(picture, random, false);
+    CoefPicture picture = randomPicture(random, 20, 20, "11,11,11");
     Bytes stream = encode(picture, separateScans(picture), random);
     stream.resize(find(stream, 0xC4, 5));
     TestImage image(20, 20, 24);
@@ -200,24 +190,6 @@ TEST(JpegFlaws, ACodeThatDoesNotExistIsATruncation) {
     EXPECT_EQ(jpeggeterror(), -105);
 }
 
-// "0 10 1" as bytes, the last one filled with 1 bits.
-namespace {
-
-Bytes fromBits(const std::string& text) {
-    Bytes bytes;
-    unsigned byte = 0, count = 0;
-    const auto put = [&](unsigned bit) {
-        byte = byte << 1 | bit;
-        if (++count % 8 == 0) bytes.push_back(static_cast<std::uint8_t>(byte));
-    };
-    for (const char c : text)
-        if (c != ' ') put(c == '1');
-    while (count % 8) put(1);
-    return bytes;
-}
-
-}  // namespace
-
 // The bits of a value that has no place are not read, whether its code is short or long.
 TEST(JpegFlaws, ARunBeyondTheBlockEndsItBeforeItsValue) {
     const Bytes frame = Bytes{0xFF, 0xD8} + segment(0xDB, Bytes{0} + Bytes(64, 64)) +
@@ -237,7 +209,10 @@ TEST(JpegFlaws, ARunBeyondTheBlockEndsItBeforeItsValue) {
          "0 00 00 00 1100000000000  10 1 10", 136},
     };
     for (const auto& c : cases) {
-        Bytes stream = frame + c.table + scan + fromBits(c.bits) + Bytes{0xFF, 0xD9};
+        Symbol all{Symbol::onlyBits, 0, {}};
+        for (const char* bit = c.bits; *bit; bit++)
+            if (*bit != ' ') all.bits.push_back(*bit == '1');
+        Bytes stream = frame + c.table + scan + entropyCoded({all}, {}) + Bytes{0xFF, 0xD9};
         stream.resize(std::max<std::size_t>(stream.size(), 100), 0);
         TestImage image(16, 8, 8);
         ASSERT_EQ(loadjpgfrombuffer(GuardedBytes(stream).data(), image), 0)

@@ -13,17 +13,10 @@ namespace {
 
 Bytes sample(Random& random, const char* sampling, bool progressive, unsigned restart = 0,
              unsigned width = 37, unsigned height = 29) {
-    CoefPicture picture = makePicture(width, height, sampling);
-    randomiseBlocks(picture, random, false);
+    CoefPicture picture = randomPicture(random, width, height, sampling);
     StreamPlan plan = progressive ? progressiveScans(picture) : oneScan(picture);
     plan.restartInterval = restart;
     return encode(picture, plan, random);
-}
-
-std::size_t positionOf(const Bytes& stream, std::uint8_t marker) {
-    for (std::size_t i = 0; i + 1 < stream.size(); i++)
-        if (stream[i] == 0xFF && stream[i + 1] == marker) return i;
-    return 0;
 }
 
 }  // namespace
@@ -32,7 +25,7 @@ TEST(JpegHostile, CutAtEveryLength) {
     Random random(1);
     for (const bool progressive : {false, true}) {
         const Bytes stream = sample(random, "21,11,11", progressive, progressive ? 3 : 0);
-        const std::size_t firstScan = positionOf(stream, 0xDA);
+        const std::size_t firstScan = find(stream, 0xDA);
         std::size_t secondScan = firstScan + 2;
         while (progressive && !(stream[secondScan] == 0xFF && stream[secondScan + 1] == 0xC4)) secondScan++;
         for (std::size_t n = 100; n < stream.size(); n++) {
@@ -50,8 +43,7 @@ TEST(JpegHostile, CutAtEveryLength) {
 // Whole blocks stay, and what is below the last wanted row is not missed.
 TEST(JpegHostile, ACutSequentialFileKeepsWhatWasDecoded) {
     Random random(2);
-    CoefPicture picture = makePicture(64, 256, "11,11,11");
-    randomiseBlocks(picture, random, false);
+    CoefPicture picture = randomPicture(random, 64, 256, "11,11,11");
     Bytes stream = encode(picture, oneScan(picture), random);
     stream.resize(stream.size() * 2 / 3);
     const GuardedBytes source(stream);
@@ -88,10 +80,10 @@ TEST(JpegHostile, HugeClaimsAreRefused) {
     Random random(6);
     for (const auto& c : cases) {
         Bytes stream = sample(random, "11,11,11", c.progressive, 0, 16, 16);
-        const std::size_t at = positionOf(stream, c.progressive ? 0xC2 : 0xC1) + 5;
+        const std::size_t at = find(stream, c.progressive ? 0xC2 : 0xC1) + 5;
         const unsigned claim[] = {c.height >> 8, c.height, c.width >> 8, c.width};
         for (unsigned i = 0; i < 4; i++) stream[at + i] = static_cast<std::uint8_t>(claim[i]);
-        stream.resize(positionOf(stream, 0xDA) + 14 + 10);
+        stream.resize(find(stream, 0xDA) + 14 + 10);
         const GuardedBytes source(stream);
         TestImage image(4, 32767, 24);
         EXPECT_EQ(loadjpgfrombuffer(source.data(), image), c.want) << c.width << "x" << c.height;

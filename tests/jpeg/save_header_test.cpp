@@ -84,40 +84,29 @@ TEST(JpegThumbnail, KeepsTheShapeOfTheAreaWithTheLongerSideAsSet) {
     }
 }
 
-TEST(JpegThumbnail, IsTheReducedAreaFromTheTopInRedGreenBlue) {
+// Grey ones are indices behind the palette, others red, green and blue.
+TEST(JpegThumbnail, IsTheReducedAreaFromTheTop) {
     Random random(1);
-    TestImage image(150, 90, 24);
-    image.randomise(random);
-    setimagearea(image, 7, 5, 134, 68);
-    TestImage reduced(64, 32, 24);
-    ASSERT_EQ(orn32::resizeimage_(image, reduced, 1), 0);
-    const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
-    EXPECT_EQ(have.length, 64u * 32 * 3 + 10);
-    Bytes want;
-    for (int y = 0; y < 32; y++)
-        for (int x = 0; x < 64; x++)
-            for (const int shift : {16, 8, 0})
-                want.push_back(static_cast<std::uint8_t>(reduced.pixel(x, y) >> shift));
-    EXPECT_EQ(have.data, want);
-}
-
-// The picture has the thumbnail's size: nothing is scaled.
-TEST(JpegThumbnail, OfAnIndexedPictureIsItsIndicesBehindThePaletteIfItIsGreyElseItsColours) {
-    Random random(2);
-    for (const bool grey : {true, false}) {
-        TestImage image(64, 40, 8);
+    for (const auto& [bits, grey] : {std::pair{24u, false}, {8u, true}, {8u, false}}) {
+        TestImage image(150, 90, bits), reduced(64, 32, bits);
         image.randomise(random);
         image.randomisePalette(random);
         image->imgkind = grey;
+        setimagearea(image, 7, 5, 134, 68);
+        ASSERT_EQ(orn32::resizeimage_(image, reduced, 1), 0);
         const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
         EXPECT_EQ(have.kind, grey ? 0x11 : 0x13);
-        EXPECT_EQ(have.length, grey ? 10 + 768 + 64u * 40 : 10 + 64u * 40 * 3);
+        EXPECT_EQ(have.length, grey ? 10 + 768 + 64u * 32 : 10 + 64u * 32 * 3);
         Bytes want;
         const auto append = [&](RGBQUAD c) { want.insert(want.end(), {c.rgbRed, c.rgbGreen, c.rgbBlue}); };
         for (int i = 0; grey && i < 256; i++) append(image->palette[i]);
-        for (int y = 0; y < 40; y++)
-            for (int x = 0; x < 64; x++)
-                grey ? want.push_back(image.row(y)[x]) : append(image->palette[image.row(y)[x]]);
+        for (int i = 0; i < 64 * 32; i++) {
+            const std::uint8_t* p = reduced.row(i / 64) + i % 64 * static_cast<int>(bits / 8);
+            if (grey)
+                want.push_back(*p);
+            else
+                append(bits == 8 ? image->palette[*p] : RGBQUAD{p[0], p[1], p[2], 0});
+        }
         EXPECT_EQ(have.data, want);
     }
 }

@@ -56,19 +56,6 @@ TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForAreasOfAnySize) {
     }
 }
 
-TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForEverySmallSize) {
-    Random random(2);
-    for (unsigned width = 1; width <= 18; width++) {
-        for (unsigned height = 1; height <= 18; height++) {
-            for (const unsigned bits : {8u, 24u}) {
-                TestImage image(width, height, bits);
-                paint(image, random);
-                for (const Coding coding : codings) expectAsPlainly(image, 80, coding);
-            }
-        }
-    }
-}
-
 // Long enough for end-of-band runs to reach their limit of 32767 blocks and for the output buffer to be
 // written out many times.
 TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForLargePictures) {
@@ -80,20 +67,6 @@ TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForLargePictures) {
     TestImage noise(400, 300, 24);
     noise.randomise(random);
     for (const Coding coding : codings) expectAsPlainly(noise, 100, coding);
-}
-
-TEST(SaveJpeg, OneGreyPixelIsOneBlock) {
-    TestImage image(1, 1, 8);
-    image.setPixel(0, 0, 0);
-    const Saved saved(image, 100, 2);
-    // DC: -1024, a difference of 11 bits, and the end of the block; each table has one code, of one bit.
-    const Bytes want = {
-        0xFF, 0xC4, 0, 20, 0x00, 1, 0, 0, 0,  0, 0,    0,    0,    0,   0, 0, 0, 0, 0, 0, 0, 11,  //
-        0xFF, 0xC4, 0, 20, 0x10, 1, 0, 0, 0,  0, 0,    0,    0,    0,   0, 0, 0, 0, 0, 0, 0, 0,   //
-        0xFF, 0xDA, 0, 8,  1,    1, 0, 0, 63, 0, 0x3F, 0xF7, 0xFF, 0xD9};
-    const Bytes all = saved.bytes();
-    ASSERT_GT(all.size(), want.size());
-    EXPECT_EQ(Bytes(all.end() - static_cast<std::ptrdiff_t>(want.size()), all.end()), want);
 }
 
 // Any change of these is a change of what every user's files contain.

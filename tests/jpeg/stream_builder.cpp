@@ -326,7 +326,9 @@ CoefPicture makePicture(unsigned width, unsigned height, const std::string& samp
     return picture;
 }
 
-void randomiseBlocks(CoefPicture& picture, Random& random, bool wild) {
+CoefPicture randomPicture(Random& random, unsigned width, unsigned height, const std::string& sampling,
+                          bool wild) {
+    CoefPicture picture = makePicture(width, height, sampling);
     for (auto& table : picture.quant)
         for (auto& q : table) q = static_cast<std::uint16_t>(1 + random.below(wild ? 255 : 30));
     for (CoefComponent& c : picture.components)
@@ -341,6 +343,7 @@ void randomiseBlocks(CoefPicture& picture, Random& random, bool wild) {
                 block[zigzag()[k]] = static_cast<std::int16_t>(random.between(-range, range));
             }
         }
+    return picture;
 }
 
 StreamPlan oneScan(const CoefPicture& picture) {
@@ -401,6 +404,12 @@ Bytes encode(const CoefPicture& picture, const StreamPlan& plan, Random& random)
             stream + scanSegment(picture, plan, scan) + entropyCoded(symbolsOf(picture, plan, scan), tables);
     }
     return stream + Bytes{0xFF, 0xD9};
+}
+
+std::size_t find(const Bytes& stream, std::uint8_t marker, unsigned number) {
+    for (std::size_t i = 0; i + 1 < stream.size(); i++)
+        if (stream[i] == 0xFF && stream[i + 1] == marker && --number == 0) return i;
+    std::abort();
 }
 
 Bytes segment(unsigned marker, const Bytes& contents) {

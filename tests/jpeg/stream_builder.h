@@ -38,9 +38,10 @@ struct CoefPicture {
 // sampling: "22,11,11" for H and V of each component.
 CoefPicture makePicture(unsigned width, unsigned height, const std::string& sampling);
 
-// Fills all blocks: empty, sparse and dense ones, as a photograph might have them; wild ones with
-// coefficients that only a hostile encoder would write.
-void randomiseBlocks(CoefPicture& picture, Random& random, bool wild);
+// The same with all blocks filled: empty, sparse and dense ones, as a photograph might have them; wild ones
+// with coefficients that only a hostile encoder would write.
+CoefPicture randomPicture(Random& random, unsigned width, unsigned height, const std::string& sampling,
+                          bool wild = false);
 
 struct ScanPlan {
     std::vector<unsigned> components;
@@ -65,6 +66,9 @@ StreamPlan progressiveScans(const CoefPicture& picture);
 
 // The picture as a stream. The Huffman tables have codes of all lengths, drawn anew for each scan.
 Bytes encode(const CoefPicture& picture, const StreamPlan& plan, Random& random);
+
+// The position of a marker, the first one or a later one, which must be there.
+std::size_t find(const Bytes& stream, std::uint8_t marker, unsigned number = 1);
 
 // A segment: marker, length, contents; and those of a stream. Units and sides of JFIF come with 300 x 72
 // dots.

@@ -11,12 +11,6 @@ using namespace test;
 
 namespace {
 
-CoefPicture pictureOf(Random& random, unsigned width, unsigned height, const char* sampling = "21,11,11") {
-    CoefPicture picture = makePicture(width, height, sampling);
-    randomiseBlocks(picture, random, false);
-    return picture;
-}
-
 Bytes streamWith(const Bytes& segments, const CoefPicture& picture, Random& random,
                  bool progressive = false) {
     StreamPlan plan = progressive ? progressiveScans(picture) : oneScan(picture);
@@ -33,7 +27,7 @@ unsigned bgr(const std::uint8_t* rgb) {
 TEST(JpegThumbnail, AStoredOneIsScaledIntoTheAreaInItsShape) {
     Random random(1);
     const Bytes pixels = random.bytes(80 * 60 * 3);
-    const CoefPicture picture = pictureOf(random, 160, 120);
+    const CoefPicture picture = randomPicture(random, 160, 120, "21,11,11");
     const GuardedBytes source(streamWith(jfif(0, 80, 60, pixels), picture, random));
     struct {
         unsigned areaWidth, areaHeight, width, height;
@@ -69,7 +63,7 @@ TEST(JpegThumbnail, APaletteOneBringsItsPalette) {
     Random random(2);
     Bytes palette = random.bytes(768);
     const Bytes pixels = random.bytes(30 * 20);
-    const CoefPicture picture = pictureOf(random, 160, 120);
+    const CoefPicture picture = randomPicture(random, 160, 120, "21,11,11");
     for (const bool grey : {false, true}) {
         if (grey)
             for (unsigned i = 0; i < 768; i++) palette[i] = static_cast<std::uint8_t>(i / 3);
@@ -102,7 +96,7 @@ TEST(JpegThumbnail, WithoutAStoredOneThePictureIsSampled) {
                        {"JPEG-coded", jfxx(0x10, 8, 6), 0},
                        {"unknown extension", jfif(0, 8, 6) + jfxx(0x12, 8, 6), 0},
                        {"no width", jfif(0, 8, 6) + jfxx(0x11, 0, 6, Bytes(800)), 0}};
-    const CoefPicture picture = pictureOf(random, 400, 200);
+    const CoefPicture picture = randomPicture(random, 400, 200, "21,11,11");
     const PlainPlanes planes = decodePlainly(picture);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -123,7 +117,7 @@ TEST(JpegThumbnail, EveryReductionPicksTheRightPixels) {
                                      "41,11,11", "12,21,11", "22,11,11,22"};
     for (int round = 0; round < 120; round++) {
         const char* sampling = samplings[random.below(7)];
-        CoefPicture picture = pictureOf(random, 1 + random.below(150), 1 + random.below(150), sampling);
+        CoefPicture picture = randomPicture(random, 1 + random.below(150), 1 + random.below(150), sampling);
         const Bytes stream = streamWith({}, picture, random, random.oneIn(3));
         const unsigned n = static_cast<unsigned>(picture.components.size());
         TestImage image(1 + random.below(170), 1 + random.below(170), n == 1 ? 8 : 24);
@@ -158,7 +152,7 @@ TEST(JpegThumbnail, EveryReductionPicksTheRightPixels) {
 
 TEST(JpegThumbnail, ACutOneIsATruncation) {
     Random random(5);
-    Bytes stream = streamWith({}, pictureOf(random, 40, 40), random);
+    Bytes stream = streamWith({}, randomPicture(random, 40, 40, "21,11,11"), random);
     const Bytes claims = jfxx(0x13, 250, 250);
     stream.insert(stream.begin() + 2, claims.begin(), claims.end());
     TestImage image(40, 40, 24);
