@@ -98,8 +98,7 @@ void jpegs(Random& random) {
                                  "22,11,11,22", "11,22,12", "41,11,11"})
         for (const int plan : {0, 1, 2})
             for (const unsigned restart : {0u, 2u}) {
-                CoefPicture picture = makePicture(37, 29, sampling);
-                randomiseBlocks(picture, random, restart != 0);
+                CoefPicture picture = randomPicture(random, 37, 29, sampling, restart != 0);
                 StreamPlan stream = plan == 0   ? oneScan(picture)
                                     : plan == 1 ? separateScans(picture)
                                                 : progressiveScans(picture);

@@ -2,7 +2,7 @@
 // bits as a vector. What the library writes must be what this one writes, byte for byte.
 #pragma once
 
-#include "tests/support/files.h"
+#include "tests/jpeg/stream_builder.h"
 #include "tests/support/test_image.h"
 
 namespace test {
@@ -15,7 +15,7 @@ Bytes encodePlainly(const TestImage& image, int quality, Coding coding);
 // One block of samples, transformed: eight times the coefficients, in natural order.
 void transformPlainly(const int (&samples)[64], int (&coefficients)[64]);
 
-// Code lengths by symbol (0: no code) for counts, as T.81 K.2 has it; of its 256 symbols.
-std::vector<int> codeLengthsPlainly(const std::vector<unsigned>& counts);
+// The table that T.81 K.2 makes from counts of the 256 symbols.
+HuffmanTable optimalTablePlainly(const std::vector<unsigned>& counts);
 
 }  // namespace test

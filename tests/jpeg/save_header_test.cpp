@@ -8,9 +8,13 @@ using namespace test;
 
 namespace {
 
-// The 18 bytes behind SOI and what follows them.
-Bytes startOf(const Bytes& file) {
+// What a save writes behind SOI, or the JFIF segment with such a resolution, four bytes, and units.
+Bytes startOf(TestImage& image) {
+    const Bytes file = Saved(image, 50, 0).bytes();
     return {file.begin() + 2, file.begin() + 20};
+}
+Bytes jfifSegment(std::uint8_t units, const Bytes& resolution) {
+    return Bytes{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, units} + resolution + Bytes{0, 0};
 }
 
 struct Thumbnail {
@@ -32,29 +36,20 @@ Thumbnail thumbnailOf(const Bytes& file) {
 
 }  // namespace
 
-TEST(JpegResolution, IsWrittenOnceAndRevertsAfterTheSave) {
-    TestImage image(8, 8, 24);
+TEST(JpegResolution, IsWrittenOnceAndRevertsAfterTheSaveThatReachesItsHeader) {
+    TestImage image(8, 8, 24), wrong(8, 8, 1);
     jpegsetxyresolution(300, 0x1234, 2);
-    EXPECT_EQ(startOf(Saved(image, 50, 0).bytes()),
-              (Bytes{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 2, 0x01, 0x2C, 0x12, 0x34, 0, 0}));
-    EXPECT_EQ(startOf(Saved(image, 50, 0).bytes()),
-              (Bytes{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 0, 0, 1, 0, 1, 0, 0}));
+    EXPECT_EQ(savejpg("unused.jpg", wrong, 50), ERR_BITS);
+    EXPECT_EQ(savejpg("no such folder\\a.jpg", image, 50), ERR_CREATE);
+    EXPECT_EQ(startOf(image), jfifSegment(2, {0x01, 0x2C, 0x12, 0x34}));
+    EXPECT_EQ(startOf(image), jfifSegment(0, {0, 1, 0, 1}));
 }
 
 TEST(JpegResolution, ValuesOutOfRangeAreIgnoredEachByItself) {
     TestImage image(8, 8, 8);
     jpegsetxyresolution(300, 70000, 5);
     jpegsetxyresolution(65536, 65535, 3);
-    EXPECT_EQ(startOf(Saved(image, 50, 1).bytes()),
-              (Bytes{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 0, 0x01, 0x2C, 0xFF, 0xFF, 0, 0}));
-}
-
-TEST(JpegResolution, SurvivesASaveThatDoesNotReachItsHeader) {
-    TestImage image(8, 8, 24), wrong(8, 8, 1);
-    jpegsetxyresolution(72, 72, 1);
-    EXPECT_EQ(savejpg("unused.jpg", wrong, 50), ERR_BITS);
-    EXPECT_EQ(savejpg("no such folder\\a.jpg", image, 50), ERR_CREATE);
-    EXPECT_EQ(startOf(Saved(image, 50, 0).bytes())[11], 1);
+    EXPECT_EQ(startOf(image), jfifSegment(0, {0x01, 0x2C, 0xFF, 0xFF}));
 }
 
 TEST(JpegThumbnailSize, IsOneTo255) {
@@ -89,53 +84,29 @@ TEST(JpegThumbnail, KeepsTheShapeOfTheAreaWithTheLongerSideAsSet) {
     }
 }
 
-TEST(JpegThumbnail, IsTheReducedAreaFromTheTopInRedGreenBlue) {
+// Grey ones are indices behind the palette, others red, green and blue.
+TEST(JpegThumbnail, IsTheReducedAreaFromTheTop) {
     Random random(1);
-    TestImage image(150, 90, 24);
-    image.randomise(random);
-    setimagearea(image, 7, 5, 134, 68);
-    TestImage reduced(64, 32, 24);
-    ASSERT_EQ(orn32::resizeimage_(image, reduced, 1), 0);
-    const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
-    EXPECT_EQ(have.length, 64u * 32 * 3 + 10);
-    Bytes want;
-    for (int y = 0; y < 32; y++)
-        for (int x = 0; x < 64; x++)
-            for (const int shift : {16, 8, 0})
-                want.push_back(static_cast<std::uint8_t>(reduced.pixel(x, y) >> shift));
-    EXPECT_EQ(have.data, want);
-}
-
-TEST(JpegThumbnail, OfAGreyPictureIsIndicesBehindThePalette) {
-    Random random(2);
-    TestImage image(64, 40, 8);
-    image.randomise(random);
-    for (int i = 0; i < 256; i++) image->palette[i] = {random.byte(), random.byte(), random.byte(), 9};
-    const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
-    EXPECT_EQ(have.length, 64u * 40 + 10 + 768);
-    Bytes want;
-    for (int i = 0; i < 256; i++) {
-        const RGBQUAD c = image->palette[i];
-        want.insert(want.end(), {c.rgbRed, c.rgbGreen, c.rgbBlue});
-    }
-    for (int y = 0; y < 40; y++) want.insert(want.end(), image.row(y), image.row(y) + 64);
-    EXPECT_EQ(have.data, want);
-}
-
-TEST(JpegThumbnail, OfAPalettePictureIsItsColours) {
-    Random random(3);
-    TestImage image(32, 16, 8);
-    image.randomise(random);
-    image.randomisePalette(random);
-    jpegsetthumbnailsize(32);  // the picture's own size: nothing is scaled
-    const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
-    jpegsetthumbnailsize(64);
-    EXPECT_EQ(have.kind, 0x13);
-    Bytes want;
-    for (int y = 0; y < 16; y++)
-        for (int x = 0; x < 32; x++) {
-            const RGBQUAD c = image->palette[image.pixel(x, y)];
-            want.insert(want.end(), {c.rgbRed, c.rgbGreen, c.rgbBlue});
+    for (const auto& [bits, grey] : {std::pair{24u, false}, {8u, true}, {8u, false}}) {
+        TestImage image(150, 90, bits), reduced(64, 32, bits);
+        image.randomise(random);
+        image.randomisePalette(random);
+        image->imgkind = grey;
+        setimagearea(image, 7, 5, 134, 68);
+        ASSERT_EQ(orn32::resizeimage_(image, reduced, 1), 0);
+        const Thumbnail have = thumbnailOf(Saved(image, 50, 0x10).bytes());
+        EXPECT_EQ(have.kind, grey ? 0x11 : 0x13);
+        EXPECT_EQ(have.length, grey ? 10 + 768 + 64u * 32 : 10 + 64u * 32 * 3);
+        Bytes want;
+        const auto append = [&](RGBQUAD c) { want.insert(want.end(), {c.rgbRed, c.rgbGreen, c.rgbBlue}); };
+        for (int i = 0; grey && i < 256; i++) append(image->palette[i]);
+        for (int i = 0; i < 64 * 32; i++) {
+            const std::uint8_t* p = reduced.row(i / 64) + i % 64 * static_cast<int>(bits / 8);
+            if (grey)
+                want.push_back(*p);
+            else
+                append(bits == 8 ? image->palette[*p] : RGBQUAD{p[0], p[1], p[2], 0});
         }
-    EXPECT_EQ(have.data, want);
+        EXPECT_EQ(have.data, want);
+    }
 }

@@ -56,19 +56,6 @@ TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForAreasOfAnySize) {
     }
 }
 
-TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForEverySmallSize) {
-    Random random(2);
-    for (unsigned width = 1; width <= 18; width++) {
-        for (unsigned height = 1; height <= 18; height++) {
-            for (const unsigned bits : {8u, 24u}) {
-                TestImage image(width, height, bits);
-                paint(image, random);
-                for (const Coding coding : codings) expectAsPlainly(image, 80, coding);
-            }
-        }
-    }
-}
-
 // Long enough for end-of-band runs to reach their limit of 32767 blocks and for the output buffer to be
 // written out many times.
 TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForLargePictures) {
@@ -80,20 +67,6 @@ TEST(SaveJpeg, WritesWhatThePlainEncoderWritesForLargePictures) {
     TestImage noise(400, 300, 24);
     noise.randomise(random);
     for (const Coding coding : codings) expectAsPlainly(noise, 100, coding);
-}
-
-TEST(SaveJpeg, OneGreyPixelIsOneBlock) {
-    TestImage image(1, 1, 8);
-    image.setPixel(0, 0, 0);
-    const Saved saved(image, 100, 2);
-    // DC: -1024, a difference of 11 bits, and the end of the block; each table has one code, of one bit.
-    const Bytes want = {
-        0xFF, 0xC4, 0, 20, 0x00, 1, 0, 0, 0,  0, 0,    0,    0,    0,   0, 0, 0, 0, 0, 0, 0, 11,  //
-        0xFF, 0xC4, 0, 20, 0x10, 1, 0, 0, 0,  0, 0,    0,    0,    0,   0, 0, 0, 0, 0, 0, 0, 0,   //
-        0xFF, 0xDA, 0, 8,  1,    1, 0, 0, 63, 0, 0x3F, 0xF7, 0xFF, 0xD9};
-    const Bytes all = saved.bytes();
-    ASSERT_GT(all.size(), want.size());
-    EXPECT_EQ(Bytes(all.end() - static_cast<std::ptrdiff_t>(want.size()), all.end()), want);
 }
 
 // Any change of these is a change of what every user's files contain.
@@ -118,9 +91,7 @@ TEST(SaveJpeg, PinnedChecksumsOfAFewFiles) {
         const Bytes bytes = Saved(image, file.quality, file.options).bytes();
         std::uint32_t checksum = 2166136261u;
         for (const auto b : bytes) checksum = (checksum ^ b) * 16777619u;
-        EXPECT_EQ(bytes.size(), file.size)
-            << file.bits << " bits, quality " << file.quality << ", " << file.options;
-        EXPECT_EQ(checksum, file.checksum)
+        EXPECT_EQ(std::pair(bytes.size(), checksum), std::pair(file.size, file.checksum))
             << file.bits << " bits, quality " << file.quality << ", " << file.options;
     }
 }
@@ -134,28 +105,24 @@ TEST(SaveJpeg, OtherOptionsAreAPlainFile) {
     EXPECT_EQ(Saved(image, 150, 0).bytes(), Saved(image, 100, 0).bytes());
 }
 
-TEST(SaveJpeg, TheThreeFormsWriteTheSame) {
-    Random random(5);
+TEST(SaveJpeg, AllFormsWriteTheSame) {
     TestImage image(30, 20, 24);
+    Random random(5);
     image.randomise(random);
+    const TempFile file(".jpg");
     for (const UINT options : {0u, 1u}) {
         const Bytes want = Saved(image, 60, options).bytes();
-        const TempFile narrow(".jpg"), wide(".jpg");
-        EXPECT_EQ(savejpgex(narrow.name(), image, 60, options), 0);
-        EXPECT_EQ(savejpgexW(wide.wideName(), image, 60, options), 0);
-        EXPECT_EQ(readFile(narrow.name()), want);
-        EXPECT_EQ(readFile(wide.name()), want);
+        const auto expectWritten = [&](int code) {
+            EXPECT_EQ(code, 0);
+            EXPECT_EQ(readFile(file.name()), want) << options;
+            DeleteFileA(file.name());
+        };
+        expectWritten(savejpgex(file.name(), image, 60, options));
+        expectWritten(savejpgexW(file.wideName(), image, 60, options));
+        if (options != 0) continue;
+        expectWritten(savejpg(file.name(), image, 60));
+        expectWritten(savejpgW(file.wideName(), image, 60));
     }
-    const Bytes want = Saved(image, 60, 0).bytes();
-    const TempFile narrow(".jpg"), wide(".jpg");
-    void* buffer = nullptr;
-    EXPECT_EQ(savejpg(narrow.name(), image, 60), 0);
-    EXPECT_EQ(savejpgW(wide.wideName(), image, 60), 0);
-    EXPECT_EQ(savejpgtobuffer(&buffer, image, 60), 0);
-    EXPECT_EQ(readFile(narrow.name()), want);
-    EXPECT_EQ(readFile(wide.name()), want);
-    EXPECT_EQ(std::memcmp(buffer, want.data(), want.size()), 0);
-    freeBuffer(buffer);
 }
 
 TEST(SaveJpeg, EntriesBeyondAShortPaletteAreBlack) {

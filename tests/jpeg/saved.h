@@ -3,32 +3,20 @@
 
 #include <windows.h>
 
-#include <algorithm>
-#include <optional>
-
 #include "tests/support/files.h"
-#include "tests/support/guarded.h"
 #include "tests/support/test_image.h"
 
 namespace test {
 
-inline void freeBuffer(void* buffer) {
-    const HGLOBAL handle = GlobalHandle(buffer);
-    GlobalUnlock(handle);
-    GlobalFree(handle);
-}
-
 class Saved {
  public:
     Saved(TestImage& image, int quality, UINT options)
-        : code(savejpgtobufferex(&buffer_, image, quality, options)) {
-        if (code != 0) return;
-        Bytes source = bytes();
-        source.resize(std::max<std::size_t>(source.size(), 100));  // what is probed of a source
-        source_.emplace(source);
-    }
+        : code(savejpgtobufferex(&buffer_, image, quality, options)) {}
     ~Saved() {
-        if (buffer_) freeBuffer(buffer_);
+        if (!buffer_) return;
+        const HGLOBAL handle = GlobalHandle(buffer_);
+        GlobalUnlock(handle);
+        GlobalFree(handle);
     }
     Saved(const Saved&) = delete;
     Saved& operator=(const Saved&) = delete;
@@ -40,12 +28,9 @@ class Saved {
         while (n > 2 && (p[n - 2] != 0xFF || p[n - 1] != 0xD9)) n--;
         return {p, p + n};
     }
-    // The file as a source, which ends at an unreadable page.
-    const void* data() const { return source_->data(); }
 
  private:
     void* buffer_ = nullptr;
-    std::optional<GuardedBytes> source_;
 
  public:
     const int code;

@@ -16,6 +16,7 @@ using Block = std::array<std::int16_t, 64>;  // natural order
 
 struct CoefComponent {
     unsigned h = 1, v = 1, tq = 0;
+    unsigned slot = 0;                    // of its Huffman tables
     unsigned across = 0, down = 0;        // blocks, with those that pad the last MCU
     unsigned ownAcross = 0, ownDown = 0;  // blocks of a scan of the component alone
     std::vector<Block> blocks;
@@ -37,9 +38,10 @@ struct CoefPicture {
 // sampling: "22,11,11" for H and V of each component.
 CoefPicture makePicture(unsigned width, unsigned height, const std::string& sampling);
 
-// Fills all blocks: empty, sparse and dense ones, as a photograph might have them; wild ones with
-// coefficients that only a hostile encoder would write.
-void randomiseBlocks(CoefPicture& picture, Random& random, bool wild);
+// The same with all blocks filled: empty, sparse and dense ones, as a photograph might have them; wild ones
+// with coefficients that only a hostile encoder would write.
+CoefPicture randomPicture(Random& random, unsigned width, unsigned height, const std::string& sampling,
+                          bool wild = false);
 
 struct ScanPlan {
     std::vector<unsigned> components;
@@ -65,8 +67,40 @@ StreamPlan progressiveScans(const CoefPicture& picture);
 // The picture as a stream. The Huffman tables have codes of all lengths, drawn anew for each scan.
 Bytes encode(const CoefPicture& picture, const StreamPlan& plan, Random& random);
 
-// A segment: marker, length, contents.
-Bytes segment(std::uint8_t marker, const Bytes& contents);
+// The position of a marker, the first one or a later one, which must be there.
+std::size_t find(const Bytes& stream, std::uint8_t marker, unsigned number = 1);
+
+// A segment: marker, length, contents; and those of a stream. Units and sides of JFIF come with 300 x 72
+// dots.
+Bytes segment(unsigned marker, const Bytes& contents);
+Bytes jfif(unsigned units, unsigned width = 0, unsigned height = 0, Bytes pixels = {});
+Bytes jfxx(unsigned kind, unsigned width, unsigned height, const Bytes& contents = {});
+Bytes huffmanSegment(unsigned table, const Bytes& definition);
+Bytes quantSegment(const CoefPicture& picture, unsigned slot, bool wide);
+Bytes frameSegment(const CoefPicture& picture, unsigned marker);
+Bytes scanSegment(const CoefPicture& picture, const StreamPlan& plan, const ScanPlan& scan);
+
+// A scan as a list of symbols, each with the bits that follow its code. Tables 0 and 1 are for DC, 2 and 3
+// for AC.
+struct Symbol {
+    static constexpr int onlyBits = -1, restart = -2;  // in place of a table
+    int table;
+    unsigned symbol;
+    std::vector<bool> bits;
+};
+std::vector<Symbol> symbolsOf(const CoefPicture& picture, const StreamPlan& plan, const ScanPlan& scan);
+
+struct HuffmanTable {
+    HuffmanTable() = default;
+    HuffmanTable(const Bytes& counts, const Bytes& values);
+    Bytes definition;  // counts and values
+    std::vector<bool> code[256];
+};
+using HuffmanTables = std::array<HuffmanTable, 4>;
+Bytes entropyCoded(const std::vector<Symbol>& symbols, const HuffmanTables& tables);
+
+// Natural positions in zigzag order.
+const std::array<unsigned, 64>& zigzag();
 
 // The picture's samples at full size, one plane per component, decoded in the plainest way.
 struct PlainPlanes {
@@ -83,5 +117,8 @@ std::array<std::uint8_t, 64> transformPlainly(const Block& coefs, const std::arr
 // A pixel in the destination's order: blue | green << 8 | red << 16, or the grey level.
 enum class Colours { grey, ycbcr, rgb, cmyk, ycck };
 unsigned plainPixel(const PlainPlanes& planes, Colours colours, unsigned x, unsigned y);
+inline unsigned plainPixel(const PlainPlanes& planes, Colours colours, int x, int y) {
+    return plainPixel(planes, colours, static_cast<unsigned>(x), static_cast<unsigned>(y));
+}
 
 }  // namespace test
