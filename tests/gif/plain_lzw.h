@@ -5,17 +5,16 @@
 #include <cstdint>
 #include <vector>
 
-namespace test {
+#include "tests/support/files.h"
 
-using Bytes = std::vector<std::uint8_t>;
+namespace test {
 
 // Joins the sub-blocks behind the code size byte, up to the terminator.
 inline Bytes joinedBlocks(const Bytes& data, std::size_t at = 1) {
     Bytes joined;
     while (at < data.size() && data[at] != 0) {
         const std::size_t end = std::min(data.size(), at + 1 + data[at]);
-        joined.insert(joined.end(), data.begin() + static_cast<std::ptrdiff_t>(at) + 1,
-                      data.begin() + static_cast<std::ptrdiff_t>(end));
+        joined = std::move(joined) + slice(data, at + 1, end - at - 1);
         at = end;
     }
     return joined;
@@ -180,8 +179,7 @@ class PlainEncoder {
         for (std::size_t i = 0;; i += 255) {
             const std::size_t n = std::min<std::size_t>(255, bytes.size() - i);
             out_.push_back(static_cast<std::uint8_t>(n));
-            out_.insert(out_.end(), bytes.begin() + static_cast<std::ptrdiff_t>(i),
-                        bytes.begin() + static_cast<std::ptrdiff_t>(i + n));
+            out_ = std::move(out_) + slice(bytes, i, n);
             if (n < 255) return;
         }
     }
