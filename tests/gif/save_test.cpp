@@ -243,10 +243,8 @@ TEST(GifFrames, AFileIsMadeAndThenGrowsFrameByFrame) {
         image.randomArea(random);
         Records r;
         r.frame.haslocalpalette = k > 0;
-        r.frame.delay = k * 1000;
-        r.frame.disposal = k + 5;
-        r.frame.userinput = k & 1;
-        r.frame.transcolor = k * 100 - 1;
+        r.frame.delay = k * 1000, r.frame.disposal = k + 5;
+        r.frame.userinput = k & 1, r.frame.transcolor = k * 100 - 1;
         if (k == 0) want = plainStart(image, r);
         append(want, plainFrame(image, r));
         ASSERT_EQ(k & 1 ? savegifframeW(file.wideName(), image, &r.global, &r.frame, 0)

@@ -95,17 +95,6 @@ class TestImage {
     }
     int areaWidth() const { return static_cast<int>(image.right - image.left) + 1; }
     int areaHeight() const { return static_cast<int>(image.bottom - image.top) + 1; }
-    // Whether the pixels outside the area are the other image's. Row padding is nobody's pixel.
-    bool isSameAround(const TestImage& other) const {
-        const RECT area = {static_cast<int>(image.left), static_cast<int>(image.top),
-                           static_cast<int>(image.right), static_cast<int>(image.bottom)};
-        for (int y = 0; y < height(); y++)
-            for (int x = 0; x < width(); x++) {
-                if (y >= area.top && y <= area.bottom && x >= area.left && x <= area.right) continue;
-                if (pixel(x, y) != other.pixel(x, y)) return false;
-            }
-        return true;
-    }
     std::string describe() const {
         return std::to_string(width()) + "x" + std::to_string(height()) + "x" +
                std::to_string(bitsPerPixel()) + " area " + std::to_string(image.left) + "," +
