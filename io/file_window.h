@@ -15,12 +15,14 @@ class FileWindow {
  public:
     // The window's memory may not be had: test before use.
     FileWindow(InputStream& in, std::uint64_t capacity, MemoryEntry entry = MemoryEntry::first)
-        : in_(in), capacity_(static_cast<std::uint32_t>(capacity)) {
-        if (!in.inMemory()) buffer_ = WorkArray<std::uint8_t>(entry, capacity);
+        : in_(in),
+          capacity_(static_cast<std::uint32_t>(capacity)),
+          inPlace_(in.inMemory() && capacity <= largestInPlace) {
+        if (!inPlace_) buffer_ = WorkArray<std::uint8_t>(entry, capacity);
         next_ = end_ = buffer_.get();
     }
 
-    explicit operator bool() const { return in_.inMemory() || buffer_; }
+    explicit operator bool() const { return inPlace_ || buffer_; }
 
     // Makes count bytes (at most the capacity) available if the stream still has them, and returns how many
     // are.
@@ -33,9 +35,12 @@ class FileWindow {
     void consume(std::uint32_t count) { next_ += std::min(count, available()); }
 
  private:
+    // Larger ones want their memory either way: a picture is not too large in a file and fine in a buffer.
+    static constexpr std::uint64_t largestInPlace = 1 << 20;
+
     void refill() {
         const std::uint32_t unread = available();
-        if (in_.inMemory()) {
+        if (inPlace_) {
             in_.skip(-static_cast<std::int32_t>(unread));
             std::uint32_t count = capacity_;
             next_ = in_.readInPlace(count);
@@ -50,6 +55,7 @@ class FileWindow {
     InputStream& in_;
     WorkArray<std::uint8_t> buffer_;
     std::uint32_t capacity_;
+    bool inPlace_;
     const std::uint8_t* next_;
     const std::uint8_t* end_;
 };

@@ -128,6 +128,18 @@ TEST(BmpLoad, ChannelsAreTakenByTheirMasks) {
     }
 }
 
+TEST(BmpLoad, RowsThatNoMemoryHoldsAreRefusedInFilesAndBuffers) {
+    for (const int width : {0x3F000044, 0x7FFFFFFF}) {
+        const BmpBuilder wide{.width = width, .bits = 24, .pixels = Bytes(400, 0x33)};
+        const TempFile file(".bmp");
+        writeFile(file.name(), wide.build());
+        const GuardedBytes buffer(wide.build());
+        TestImage image(4, 3, 24);
+        EXPECT_EQ(loadbmp(file.name(), image), ERR_MEMORY) << width;
+        EXPECT_EQ(loadbmpfrombuffer(buffer.data(), image), ERR_MEMORY) << width;
+    }
+}
+
 TEST(BmpLoad, FileAndImageMustAgree) {
     struct Case {
         unsigned fileBits, compression, imageBits;
