@@ -21,8 +21,7 @@ inline Bytes subBlocks(const Bytes& bytes, std::size_t size = 255) {
     for (std::size_t i = 0; i < bytes.size(); i += size) {
         const std::size_t n = std::min(size, bytes.size() - i);
         out.push_back(static_cast<std::uint8_t>(n));
-        out.insert(out.end(), bytes.begin() + static_cast<std::ptrdiff_t>(i),
-                   bytes.begin() + static_cast<std::ptrdiff_t>(i + n));
+        append(out, slice(bytes, i, n));
     }
     out.push_back(0);
     return out;

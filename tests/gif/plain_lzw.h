@@ -5,17 +5,16 @@
 #include <cstdint>
 #include <vector>
 
-namespace test {
+#include "tests/gif/gif_builder.h"
 
-using Bytes = std::vector<std::uint8_t>;
+namespace test {
 
 // Joins the sub-blocks behind the code size byte, up to the terminator.
 inline Bytes joinedBlocks(const Bytes& data, std::size_t at = 1) {
     Bytes joined;
     while (at < data.size() && data[at] != 0) {
         const std::size_t end = std::min(data.size(), at + 1 + data[at]);
-        joined.insert(joined.end(), data.begin() + static_cast<std::ptrdiff_t>(at) + 1,
-                      data.begin() + static_cast<std::ptrdiff_t>(end));
+        joined = std::move(joined) + slice(data, at + 1, end - at - 1);
         at = end;
     }
     return joined;
@@ -145,9 +144,8 @@ class PlainEncoder {
         }
         put(prefix, freeEntry, false);
         put(end, freeEntry, false);
-        while (bits_.size() % 8) bits_.push_back(false);
-        cutIntoBlocks();
-        out_.push_back(0);
+        append(out_, subBlocks(packed_));
+        if (packed_.size() % 255 == 0) out_.push_back(0);  // an empty block in front of the terminator
         out_.push_back(';');
     }
 
@@ -161,7 +159,10 @@ class PlainEncoder {
         lastCode_ = (1L << width_) - 1;
     }
     void put(long code, long freeEntry, bool clearing) {
-        for (unsigned i = 0; i < width_; i++) bits_.push_back(code >> i & 1);
+        for (unsigned i = 0; i < width_; i++, bit_++) {
+            if (bit_ % 8 == 0) packed_.push_back(0);
+            packed_.back() = static_cast<std::uint8_t>(packed_.back() | (code >> i & 1) << bit_ % 8);
+        }
         if (clearing) {
             resetWidth();
         } else if (freeEntry > lastCode_) {
@@ -169,28 +170,11 @@ class PlainEncoder {
             lastCode_ = width_ == 12 ? 4096 : (1L << width_) - 1;
         }
     }
-    void cutIntoBlocks() {
-        Bytes bytes;
-        for (std::size_t i = 0; i < bits_.size(); i += 8) {
-            unsigned byte = 0;
-            for (unsigned k = 0; k < 8; k++) byte |= (bits_[i + k] ? 1u : 0u) << k;
-            bytes.push_back(static_cast<std::uint8_t>(byte));
-        }
-        // 255 bytes each; the last block is written even when nothing is left for it.
-        for (std::size_t i = 0;; i += 255) {
-            const std::size_t n = std::min<std::size_t>(255, bytes.size() - i);
-            out_.push_back(static_cast<std::uint8_t>(n));
-            out_.insert(out_.end(), bytes.begin() + static_cast<std::ptrdiff_t>(i),
-                        bytes.begin() + static_cast<std::ptrdiff_t>(i + n));
-            if (n < 255) return;
-        }
-    }
-
     unsigned size_, width_ = 0;
     long lastCode_ = 0;
     int clears_ = 0;
-    std::vector<bool> bits_;
-    Bytes out_;
+    std::size_t bit_ = 0;
+    Bytes packed_, out_;
 };
 
 }  // namespace test

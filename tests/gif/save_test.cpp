@@ -2,8 +2,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <functional>
-#include <numeric>
 
 #include "orn32.h"
 #include "tests/gif/gif_builder.h"
@@ -26,9 +24,7 @@ Bytes plainImageData(unsigned codeSize, const Bytes& pixels) {
     for (std::size_t n = 32766;; n += 32766) {
         const bool last = n > codes.size();
         const std::size_t to = last ? all.size() : n * (codeSize + 1) / 16 * 2;
-        const Bytes batch(all.begin() + static_cast<std::ptrdiff_t>(from),
-                          all.begin() + static_cast<std::ptrdiff_t>(to));
-        Bytes blocks = subBlocks(batch, 254);
+        Bytes blocks = subBlocks(slice(all, from, to - from), 254);
         if (!last) blocks.pop_back();
         append(out, blocks);
         from = to;
@@ -75,45 +71,31 @@ Bytes plainStill(const TestImage& image, unsigned flags, int transcolor, const c
     return gif.trailer().bytes;
 }
 
-Bytes takeBuffer(void* buffer) {
+// What a save to memory has made. The block may be larger than the file.
+void expectBuffer(void* buffer, const Bytes& want, const std::string& what) {
     const HGLOBAL handle = GlobalHandle(buffer);
     const auto* p = static_cast<std::uint8_t*>(buffer);
-    Bytes bytes(p, p + GlobalSize(handle));
+    ASSERT_GE(GlobalSize(handle), want.size()) << what;
+    EXPECT_TRUE(std::equal(want.begin(), want.end(), p)) << what;
     GlobalUnlock(handle);
     GlobalFree(handle);
-    return bytes;
 }
 
-// Compares a file that may be followed by padding of its memory block.
-void expectFile(const Bytes& got, const Bytes& want, const std::string& what) {
-    ASSERT_GE(got.size(), want.size()) << what;
-    for (std::size_t i = 0; i < want.size(); i++)
-        ASSERT_EQ(got[i], want[i]) << what << ", byte " << i << " of " << want.size();
-}
-
-std::vector<std::string> temporaryFiles() {
-    std::vector<std::string> names;
+int temporaryFiles() {
+    int found = 0;
     for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path()))
-        if (const std::string name = entry.path().filename().string(); name.starts_with("NEW"))
-            names.push_back(name);
-    return names;
+        found += entry.path().filename().string().starts_with("NEW");
+    return found;
 }
 
 struct Records {
     GifGlobalInfo global = {};
     GifFrameInfo frame = {};
     Records() {
-        global.screenwidth = 0x10203;
-        global.screenheight = 400;
-        global.hasglobalpalette = 1;
-        global.bkgndcolor = 3;
-        global.loopcount = 500;
-        frame.left = 0x10007;
-        frame.top = 300;
-        frame.delay = 777;
-        frame.disposal = 2;
-        frame.userinput = 9;
-        frame.transcolor = 6;
+        global.screenwidth = 0x10203, global.screenheight = 400;
+        global.hasglobalpalette = 1, global.bkgndcolor = 3, global.loopcount = 500;
+        frame.left = 0x10007, frame.top = 300, frame.delay = 777;
+        frame.disposal = 2, frame.userinput = 9, frame.transcolor = 6;
     }
 };
 
@@ -169,7 +151,8 @@ TEST(GifSave, WritesTheOptionsOfEveryKindOfArea) {
         const std::string what = image.describe() + " flags " + std::to_string(flags);
         void* buffer = nullptr;
         ASSERT_EQ(savegiftobufferex(&buffer, image, flags, transcolor), 0) << what;
-        ASSERT_NO_FATAL_FAILURE(expectFile(takeBuffer(buffer), want, what));
+        expectBuffer(buffer, want, what);
+        if (HasFailure()) return;
         if (round % 10) continue;
         const TempFile file(".gif");
         ASSERT_EQ(savegifex(file.name(), image, flags, transcolor), 0) << what;
@@ -179,69 +162,64 @@ TEST(GifSave, WritesTheOptionsOfEveryKindOfArea) {
     }
 }
 
+// 254 pixels and a clear code make 255 codes of 9 bits; 128 of those and 126 more codes fill a batch of
+// 32766. Where it ends with the last pixel, the end code follows alone.
 TEST(GifSave, LargePicturesComeInBatches) {
     Random random(2);
-    for (const auto& [width, height, bits] :
-         {std::tuple{300u, 260u, 8u}, {1000u, 90u, 1u}, {254u, 129u, 8u}}) {
+    constexpr unsigned batch = 128 * 254 + 125;
+    for (const auto& [width, height, bits] : {std::tuple{300u, 260u, 8u},
+                                              {1000u, 90u, 1u},
+                                              {254u, 129u, 8u},
+                                              {batch, 1u, 8u},
+                                              {batch - 1, 1u, 8u},
+                                              {batch - 2, 1u, 8u}}) {
         TestImage image(width, height, bits);
         image.randomise(random);
         const TempFile file(".gif");
         for (const unsigned flags : {0u, 1u, unsigned{GIF_BITS(5)}}) {
             image->palcolors = 2;
             ASSERT_EQ(savegifex(file.name(), image, flags, -1), 0);
-            ASSERT_NO_FATAL_FAILURE(
-                expectFile(readFile(file.name()), plainStill(image, flags, -1, "87a"), image.describe()));
+            ASSERT_TRUE(readFile(file.name()) == plainStill(image, flags, -1, "87a")) << image.describe();
         }
     }
 }
 
-TEST(GifSave, ABatchThatEndsWithTheLastPixelIsFollowedByTheEndCodeAlone) {
-    // 254 pixels and a clear code make 255 codes; 128 of those and 126 more codes fill a batch of 32766.
-    TestImage image(128 * 254 + 125, 1, 8);
-    const TempFile file(".gif");
-    for (const unsigned less : {0u, 1u, 2u}) {
-        image->right = static_cast<UINT>(image.width()) - 1 - less;
-        ASSERT_EQ(savegif(file.name(), image), 0);
-        ASSERT_NO_FATAL_FAILURE(
-            expectFile(readFile(file.name()), plainStill(image, 0, -1, "87a"), image.describe()));
-    }
-}
-
 TEST(GifSave, RefusesWhatItCannotWriteAndLeavesNoFile) {
-    TestImage eight(4, 4, 8), one(4, 4, 1), true24(4, 4, 24), grey16(4, 4, 16);
+    const struct {
+        unsigned bits;
+        int colours;
+        unsigned right, flags;
+        int transcolor, code;
+    } cases[] = {{8, 256, 3, 2, 300, ERR_ARGUMENT},
+                 {8, 256, 3, 2, -2, ERR_ARGUMENT},
+                 {24, 0, 3, 2, 300, ERR_ARGUMENT},
+                 {24, 0, 3, 0, 300, ERR_BITS},
+                 {16, 0, 3, 0, 0, ERR_BITS},
+                 {8, 17, 3, 4, 0, ERR_RANGE},
+                 {8, 17, 3, GIF_BITS(4), 0, ERR_RANGE},
+                 {8, 0, 3, 0, 0, ERR_ARGUMENT},
+                 {1, 3, 3, 0, 0, ERR_RANGE},
+                 {1, 2, 4, 0, 0, ERR_RANGE}};
     const TempFile file(".gif");
-    const auto save = [&](imgdes* image, unsigned flags, int transcolor) {
-        const int code = savegifex(file.name(), image, flags, transcolor);
-        EXPECT_FALSE(file.exists());
-        return code;
-    };
-    EXPECT_EQ(save(eight, 2, 300), ERR_ARGUMENT);
-    EXPECT_EQ(save(eight, 2, -2), ERR_ARGUMENT);
-    EXPECT_EQ(save(true24, 2, 300), ERR_ARGUMENT);
-    EXPECT_EQ(save(true24, 0, 300), ERR_BITS);
-    EXPECT_EQ(save(grey16, 0, 0), ERR_BITS);
-    EXPECT_EQ(save(nullptr, 0, 0), ERR_RANGE);
-    eight->palcolors = 17;
-    EXPECT_EQ(save(eight, 4, 0), ERR_RANGE);
-    EXPECT_EQ(save(eight, GIF_BITS(4), 0), ERR_RANGE);
-    eight->palcolors = 0;
-    EXPECT_EQ(save(eight, 0, 0), ERR_ARGUMENT);
-    one->palcolors = 3;
-    EXPECT_EQ(save(one, 0, 0), ERR_RANGE);
-    one->palcolors = 2;
-    one->right = 4;
-    EXPECT_EQ(save(one, 0, 0), ERR_RANGE);
-    one->right = 3;
-    EXPECT_EQ(savegif("no such folder/x.gif", one), ERR_CREATE);
+    for (const auto& c : cases) {
+        TestImage image(4, 4, c.bits);
+        image->palcolors = c.colours;
+        image->right = c.right;
+        EXPECT_EQ(savegifex(file.name(), image, c.flags, c.transcolor), c.code)
+            << c.bits << " bits, " << c.colours << " colours, flags " << c.flags;
+    }
+    EXPECT_EQ(savegifex(file.name(), nullptr, 0, 0), ERR_RANGE);
+    TestImage image(4, 4, 1);
+    EXPECT_EQ(savegif("no such folder/x.gif", image), ERR_CREATE);
     Records r;
+    EXPECT_EQ(savegifframe(file.name(), image, nullptr, &r.frame, 0), ERR_ARGUMENT);
     r.global.hasglobalpalette = 0;
-    EXPECT_EQ(savegifframe(file.name(), one, &r.global, &r.frame, 0), ERR_ARGUMENT);
-    EXPECT_EQ(savegifframe(file.name(), one, nullptr, &r.frame, 0), ERR_ARGUMENT);
+    EXPECT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 0), ERR_ARGUMENT);
     r.global.hasglobalpalette = 1;
     r.frame.transcolor = 256;
-    EXPECT_EQ(savegifframe(file.name(), one, &r.global, &r.frame, 2), ERR_ARGUMENT);
+    EXPECT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 2), ERR_ARGUMENT);
     EXPECT_FALSE(file.exists());
-    EXPECT_EQ(savegifframe(file.name(), one, &r.global, &r.frame, 0), 0) << "not asked for, not written";
+    EXPECT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 0), 0) << "not asked for, not written";
     EXPECT_EQ(readFile(file.name())[13 + 6 + 19 + 3], 2 << 2 | 2);
 }
 
@@ -251,10 +229,7 @@ TEST(GifSave, PaletteEntriesThatTheImageHasNoRoomForAreBlack) {
     image->palcolors = 16;
     void* buffer = nullptr;
     ASSERT_EQ(savegiftobufferex(&buffer, image, 0, -1), 0);
-    const Bytes gif = takeBuffer(buffer);
-    EXPECT_EQ(gif[13 + 15 * 3], 15);
-    EXPECT_EQ(gif[13 + 16 * 3], 0);
-    EXPECT_EQ(gif[13 + 255 * 3], 0);
+    expectBuffer(buffer, plainStill(image, 0, -1, "87a"), "16 entries");
 }
 
 TEST(GifFrames, AFileIsMadeAndThenGrowsFrameByFrame) {
@@ -268,66 +243,45 @@ TEST(GifFrames, AFileIsMadeAndThenGrowsFrameByFrame) {
         image.randomArea(random);
         Records r;
         r.frame.haslocalpalette = k > 0;
-        r.frame.delay = k * 1000;
-        r.frame.disposal = k + 5;
-        r.frame.userinput = k & 1;
-        r.frame.transcolor = k * 100 - 1;
+        r.frame.delay = k * 1000, r.frame.disposal = k + 5;
+        r.frame.userinput = k & 1, r.frame.transcolor = k * 100 - 1;
         if (k == 0) want = plainStart(image, r);
         append(want, plainFrame(image, r));
         ASSERT_EQ(k & 1 ? savegifframeW(file.wideName(), image, &r.global, &r.frame, 0)
                         : savegifframe(file.name(), image, &r.global, &r.frame, 0),
                   0);
-        Bytes whole = want;
-        whole.push_back(';');
-        ASSERT_EQ(readFile(file.name()), whole) << "frame " << k;
-        int count = 0;
-        EXPECT_EQ(gifframecount(file.name(), &count), 0);
-        EXPECT_EQ(count, k + 1);
+        ASSERT_EQ(readFile(file.name()), want + Bytes{';'}) << "frame " << k;
+        if (k > 0) continue;
+        void* buffer = nullptr;
+        ASSERT_EQ(savegifframetobuffer(&buffer, image, &r.global, &r.frame, 0), 0);
+        expectBuffer(buffer, want + Bytes{';'}, "a file of one frame");
     }
-    EXPECT_TRUE(temporaryFiles().empty());
-}
-
-TEST(GifFrames, TheBufferFormMakesAFileOfOneFrame) {
-    TestImage image(9, 9, 8);
-    Records r;
-    void* buffer = nullptr;
-    ASSERT_EQ(savegifframetobuffer(&buffer, image, &r.global, &r.frame, 0), 0);
-    Bytes want = plainStart(image, r);
-    append(want, plainFrame(image, r));
-    want.push_back(';');
-    expectFile(takeBuffer(buffer), want, "buffer");
+    EXPECT_EQ(temporaryFiles(), 0);
 }
 
 TEST(GifFrames, TheNewFrameTakesThePlaceOfTheTrailerAndWhatFollowsIt) {
     TestImage image(9, 9, 8);
     Records r;
-    const Bytes frame = plainFrame(image, r);
-    const Bytes body = GifBuilder().header(9, 9, 0xF7).table(8).bytes;
+    const Bytes frame = plainFrame(image, r), body = GifBuilder().header(9, 9, 0xF7).table(8).bytes;
     const struct {
         const char* what;
-        Bytes old;
-        std::size_t kept;
+        Bytes start, end;
+        std::size_t kept;  // of the end
     } cases[] = {
-        {"trailer last", {1, 2, ';'}, 2},
-        {"trailer, then bytes", {1, 2, ';', 5, 5, 5}, 2},
-        {"fifteenth last byte", {1, ';', 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5}, 1},
-        {"sixteenth last byte is not looked at", {';', 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5}, 16},
-        {"none", {5, 5}, 2},
-        {"two, of which the last counts", {';', 1, ';', 1}, 2},
+        {"trailer last", body, {1, 2, ';'}, 2},
+        {"trailer, then bytes", body, {1, 2, ';', 5, 5, 5}, 2},
+        {"fifteenth last byte", body, Bytes{1, ';'} + Bytes(14, 5), 1},
+        {"sixteenth last byte is not looked at", body, Bytes{';'} + Bytes(15, 5), 16},
+        {"none", body, {5, 5}, 2},
+        {"two, of which the last counts", body, {';', 1, ';', 1}, 2},
+        {"a tiny file", {}, {1, 2, ';', 5}, 2},
+        {"a tiny file without", {}, {5, 5}, 2},
     };
     for (const auto& c : cases) {
-        for (const bool tiny : {false, true}) {
-            if (tiny && c.old.size() >= 16) continue;
-            const TempFile file(".gif");
-            Bytes old = tiny ? Bytes{} : body, want = old;
-            append(old, c.old);
-            writeFile(file.name(), old);
-            want.insert(want.end(), c.old.begin(), c.old.begin() + static_cast<std::ptrdiff_t>(c.kept));
-            append(want, frame);
-            want.push_back(';');
-            ASSERT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 0), 0) << c.what;
-            ASSERT_EQ(readFile(file.name()), want) << c.what;
-        }
+        const TempFile file(".gif");
+        writeFile(file.name(), c.start + c.end);
+        ASSERT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 0), 0) << c.what;
+        ASSERT_EQ(readFile(file.name()), c.start + slice(c.end, 0, c.kept) + frame + Bytes{';'}) << c.what;
     }
 }
 
@@ -335,28 +289,28 @@ TEST(GifComment, IsWrittenByTheNextSaveThatSucceedsAndTheVersionStays) {
     TestImage image(20, 20, 8), true24(3, 3, 24);
     const TempFile file(".gif");
     const std::string text(600, 'k');
-    const auto saved = [&] {
+    const auto expectSaved = [&](const char* version, const std::string& comment, const char* what) {
         EXPECT_EQ(savegif(file.name(), image), 0);
-        return readFile(file.name());
+        EXPECT_EQ(readFile(file.name()), plainStill(image, 0, -1, version, comment)) << what;
     };
-    EXPECT_EQ(saved(), plainStill(image, 0, -1, "87a"));
+    expectSaved("87a", "", "none set");
     setgifcomment(89, text.c_str());
     EXPECT_EQ(savegif(file.name(), true24), ERR_BITS);
     EXPECT_EQ(savegif("no such folder/x.gif", image), ERR_CREATE);
-    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a", text));
+    expectSaved("89a", text, "after saves that failed");
     char back[700];
     EXPECT_EQ(getgifcomment(file.name(), back, sizeof back), 600);
     EXPECT_EQ(back, text);
-    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a"));
-    setgifcomment(89, "");
-    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a"));
-    setgifcomment(89, nullptr);
-    EXPECT_EQ(saved(), plainStill(image, 0, -1, "89a"));
+    expectSaved("89a", "", "used up");
+    for (const char* none : {"", static_cast<const char*>(nullptr)}) {
+        setgifcomment(89, none);
+        expectSaved("89a", "", "none, version 89");
+    }
     setgifcomment(87, "x");
-    EXPECT_EQ(saved(), plainStill(image, 0, -1, "87a"));
+    expectSaved("87a", "", "one, version 87");
     setgifcomment(89, "x");
     setgifcomment(0, "y");
-    EXPECT_EQ(saved(), plainStill(image, 0, -1, "87a"));
+    expectSaved("87a", "", "taken back");
 }
 
 // That no failure at all leaves a file behind, or the old one changed, is proved on the finished DLL.
@@ -365,19 +319,16 @@ TEST(GifSave, FailuresHaveTheirCodesAndKeepTheCommentAndTheOldFile) {
     const TempFile file(".gif");
     const std::string text(100, 'c');
     const Bytes want = plainStill(image, 0, -1, "89a", text);
-    const unsigned size = static_cast<unsigned>(want.size());
     setgifcomment(89, text.c_str());
-    for (const unsigned room : {0u, 12u, 800u, 30000u, size - 50, size - 1}) {
-        const FullDisk disk(room);
+    for (const std::size_t room : {std::size_t{0}, want.size() - 1}) {
+        const FullDisk disk(static_cast<unsigned>(room));
         ASSERT_EQ(savegif(file.name(), image), ERR_WRITE) << "room for " << room << " bytes";
-        ASSERT_FALSE(file.exists()) << "room for " << room << " bytes";
     }
     void* buffer = nullptr;
     failEveryAllocation([&] { return savegiftobufferex(&buffer, image, 0, -1); },
-                        [&](int n, int code, const MemoryWatch& watch) {
+                        [&](int n, int code, const MemoryWatch&) {
                             EXPECT_EQ(code, ERR_MEMORY) << n;
                             EXPECT_EQ(buffer, nullptr) << n;
-                            EXPECT_EQ(watch.live(), 0) << n;
                         });
     EXPECT_EQ(std::memcmp(buffer, want.data(), want.size()), 0);
     freeGuarded(buffer);
@@ -388,10 +339,10 @@ TEST(GifSave, FailuresHaveTheirCodesAndKeepTheCommentAndTheOldFile) {
     const Bytes old = readFile(file.name());
     // The frame goes to disk twice: into the temporary file, then behind the old bytes.
     const unsigned frame = static_cast<unsigned>(plainFrame(image, r).size()) + 1;
-    for (const unsigned room : {0u, frame - 1, frame, frame + 9000, 2 * frame - 2}) {
+    for (const unsigned room : {frame - 1, frame, frame + 9000, 2 * frame - 2}) {
         const FullDisk disk(room);
         ASSERT_EQ(savegifframe(file.name(), image, &r.global, &r.frame, 0), ERR_WRITE) << room;
         ASSERT_EQ(readFile(file.name()), old) << room;
-        ASSERT_TRUE(temporaryFiles().empty()) << room;
+        ASSERT_EQ(temporaryFiles(), 0) << room;
     }
 }

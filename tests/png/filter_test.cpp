@@ -55,7 +55,7 @@ TEST(Unfilter, UndoesEveryFilterAtEveryLengthAndStep) {
 }
 
 // Pairs of pixels, the first of which makes up-left and left, the second up: millions of mixtures.
-TEST(Unfilter, PaethChoosesRightWhateverTheNeighbours) {
+TEST(Filters, PaethChoosesRightWhateverTheNeighbours) {
     constexpr unsigned pairs = 65536;
     for (const unsigned step : {1u, 3u, 4u}) {
         const unsigned stride = step == 1 ? 1 : 15;  // the others only wander through the cube
@@ -72,6 +72,10 @@ TEST(Unfilter, PaethChoosesRightWhateverTheNeighbours) {
             got.reserve(got.size() + 8);
             unfilter(filterPaeth, got.data(), above.data(), got.size(), step);
             ASSERT_TRUE(got == plainUnfilter(4, row, above, step)) << "step " << step << " up " << up;
+            MarginRow r(row), a(above), out((Bytes(row.size())));
+            applyFilter(filterPaeth, out.pixels(), r.pixels(), a.pixels(), row.size(), step);
+            ASSERT_TRUE(Bytes(out.pixels(), out.pixels() + row.size()) == plainFilter(4, row, above, step))
+                << "step " << step << " up " << up;
         }
     }
 }
@@ -128,21 +132,6 @@ TEST(ApplyFilter, IsThePlainFilterAtEveryLengthAndStep) {
                 ASSERT_EQ(Bytes(out.pixels(), out.pixels() + length), plainFilter(filter, row, above, step))
                     << "filter " << filter << " step " << step << " length " << length;
             }
-}
-
-TEST(ApplyFilter, PaethIsRightForAllNeighbours) {
-    Bytes above(131072), row(131072);
-    for (unsigned up = 0; up < 256; up++) {
-        for (unsigned i = 0; i < 65536; i++) {
-            above[2 * i] = static_cast<std::uint8_t>(i);
-            row[2 * i] = static_cast<std::uint8_t>(i >> 8);
-            above[2 * i + 1] = static_cast<std::uint8_t>(up);
-            row[2 * i + 1] = static_cast<std::uint8_t>(i * 7);
-        }
-        MarginRow r(row), a(above), out((Bytes(row.size())));
-        applyFilter(filterPaeth, out.pixels(), r.pixels(), a.pixels(), row.size(), 1);
-        ASSERT_TRUE(Bytes(out.pixels(), out.pixels() + row.size()) == plainFilter(4, row, above, 1)) << up;
-    }
 }
 
 TEST(BestFilter, HasTheLeastSumOfMagnitudesAndIsTheFirstOfEquals) {
@@ -213,17 +202,14 @@ TEST(Checksums, AreThePlainOnesAtEveryLengthAndPlace) {
 }
 
 TEST(Checksums, HoldForLongRunsOfTheLargestBytes) {
-    Random random(6);
-    for (const std::size_t length : {5536u, 5551u, 5552u, 5553u, 11104u, 100000u, 1000001u})
-        for (const bool ones : {false, true}) {
-            const Bytes bytes = ones ? Bytes(length, 255) : random.bytes(length);
-            Crc crc;
-            crc.add(bytes.data(), static_cast<std::uint32_t>(length));
-            EXPECT_EQ(crc.value(), plainCrc(bytes.data(), length)) << length;
-            Adler adler;
-            adler.add(bytes.data(), length);
-            adler.add(bytes.data(), length);
-            const uInt n = static_cast<uInt>(length);
-            EXPECT_EQ(adler.value(), adler32(adler32(1, bytes.data(), n), bytes.data(), n)) << length;
-        }
+    for (const std::size_t length : {5551u, 5552u, 5553u, 1000001u}) {
+        const Bytes bytes(length, 255);
+        Crc crc;
+        crc.add(bytes.data(), static_cast<std::uint32_t>(length));
+        EXPECT_EQ(crc.value(), plainCrc(bytes.data(), length)) << length;
+        Adler adler;
+        for (int time = 0; time < 2; time++) adler.add(bytes.data(), length);
+        const uInt n = static_cast<uInt>(length);
+        EXPECT_EQ(adler.value(), adler32(adler32(1, bytes.data(), n), bytes.data(), n)) << length;
+    }
 }

@@ -14,6 +14,11 @@ inline Bytes operator+(Bytes a, const Bytes& b) {
     return a;
 }
 
+inline Bytes slice(const Bytes& bytes, std::size_t from, std::size_t count) {
+    const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(from);
+    return {start, start + static_cast<std::ptrdiff_t>(count)};
+}
+
 // A name in the temporary folder, for a file that is deleted at the end.
 class TempFile {
  public:
