@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "core/cpu.h"
-
 namespace orn32 {
 namespace {
 
@@ -52,10 +50,6 @@ void splitColoursSse2(ColourRow row, const std::uint8_t* bgr, unsigned count) {
     std::uint8_t rest[24] = {};
     std::memcpy(rest, bgr + std::size_t{3} * x, std::size_t{3} * (count - x));
     split(row, x, rest);
-}
-
-void splitColours(ColourRow row, const std::uint8_t* bgr, unsigned count) {
-    (hasAvx2() ? splitColoursAvx2 : splitColoursSse2)(row, bgr, count);
 }
 
 }  // namespace orn32

@@ -15,16 +15,15 @@ struct ColourRow {
     std::uint16_t* blueRed;    // blue | red << 8
 };
 
-// Splits count pixels; writes words in sixteens, what lies behind the last pixel means nothing.
-void splitColours(ColourRow row, const std::uint8_t* bgr, unsigned count);
-
-// Its two ways; the second one needs AVX2.
+// Splits count pixels; writes words in sixteens, what lies behind the last pixel means nothing. The second
+// one needs AVX2.
 void splitColoursSse2(ColourRow row, const std::uint8_t* bgr, unsigned count);
 void splitColoursAvx2(ColourRow row, const std::uint8_t* bgr, unsigned count);
 
 // Writes a pixel for every word, and 4 bytes behind them that mean nothing.
 template <class Lanes>
-void joinColours(std::uint8_t* bgr, typename Lanes::V brightness, typename Lanes::V blueRed) {
+[[gnu::always_inline]] inline void joinColours(std::uint8_t* bgr, typename Lanes::V brightness,
+                                               typename Lanes::V blueRed) {
     // Dividing a multiple of 59 by it is multiplying with its inverse modulo 65536.
     constexpr std::uint16_t inverse = 55539;
     static_assert(static_cast<std::uint16_t>(inverse * greenWeight) == 1);

@@ -47,10 +47,23 @@ ColourFormat::Row ColourFormat::at(std::uint8_t* memory, std::size_t pixels) {
     return {reinterpret_cast<std::int16_t*>(words), words + pixels};
 }
 
-void ColourFormat::load(Row row, const std::uint8_t* source, unsigned, unsigned radius, unsigned count) {
-    splitColours({row.brightness + radius, row.blueRed + radius}, source, count);
+namespace {
+
+template <class Split>
+void loadColours(Split split, ColourRow row, const std::uint8_t* source, unsigned radius, unsigned count) {
+    split(ColourRow{row.brightness + radius, row.blueRed + radius}, source, count);
     repeatEdges(row.brightness, radius, count);
     repeatEdges(row.blueRed, radius, count);
+}
+
+}  // namespace
+
+void ColourFormat::load(Row row, const std::uint8_t* source, unsigned, unsigned radius, unsigned count) {
+    loadColours(splitColoursSse2, row, source, radius, count);
+}
+
+void ColourFormatAvx2::load(Row row, const std::uint8_t* source, unsigned, unsigned radius, unsigned count) {
+    loadColours(splitColoursAvx2, row, source, radius, count);
 }
 
 void ColourFormat::store(std::uint8_t* destination, unsigned, std::uint8_t* result, unsigned count) {

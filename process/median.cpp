@@ -36,19 +36,17 @@ struct SmallLevelMedian {
     }
 };
 
-class ColourMedian {
- public:
+struct ColourMedian {
+    ColourMedians medians;
+    unsigned size = 0;
+
     bool prepare(unsigned, unsigned neighbourhood) {
-        size_ = neighbourhood;
+        size = neighbourhood;
         return true;
     }
     void row(const ColourRow* rows, std::uint8_t* result, unsigned count) const {
-        medians_(rows, size_, result, count);
+        medians(rows, size, result, count);
     }
-
- private:
-    unsigned size_ = 0;
-    ColourMedians medians_ = hasAvx2() ? colourMediansAvx2 : colourMediansSse2;
 };
 
 int median(int size, imgdes* source, imgdes* destination) {
@@ -60,7 +58,9 @@ int median(int size, imgdes* source, imgdes* destination) {
             return filterengine_<LevelFormat>(*source, *destination, SlidingMedian(), size);
         return filterengine_<LevelFormat>(*source, *destination, SmallLevelMedian(), size);
     }
-    return filterengine_<ColourFormat>(*source, *destination, ColourMedian(), size);
+    if (hasAvx2())
+        return filterengine_<ColourFormatAvx2>(*source, *destination, ColourMedian{colourMediansAvx2}, size);
+    return filterengine_<ColourFormat>(*source, *destination, ColourMedian{colourMediansSse2}, size);
 }
 
 }  // namespace

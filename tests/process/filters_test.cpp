@@ -216,7 +216,7 @@ TEST_P(Filters, OverlappingAreasAreReadAndWrittenInTheOrderOfRows) {
 // Both ways of working on rows, whatever this processor has.
 TEST(Median, OfColoursIsTheSameWithAndWithoutAvx2) {
     struct Way {
-        decltype(&orn32::splitColours) split;
+        decltype(&orn32::splitColoursSse2) split;
         orn32::ColourMedians medians;
     };
     std::vector<Way> ways = {{orn32::splitColoursSse2, orn32::colourMediansSse2}};

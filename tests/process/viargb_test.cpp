@@ -43,9 +43,9 @@ TEST(RgbDetour, TheAreaIsChangedAndTheWholePictureRequantised) {
         destination->imgkind = 5;
         Grid<Colour> picture(std::min(source.width(), destination.width()),
                              std::min(source.height(), destination.height()));
-        const auto inArea = [&](int x, int y) {
-            return x >= int(source->left) && x <= int(source->right) && y >= int(source->top) &&
-                   y <= int(source->bottom);
+        const auto inArea = [&from = source](int x, int y) {
+            return x >= int(from->left) && x <= int(from->right) && y >= int(from->top) &&
+                   y <= int(from->bottom);
         };
         for (int y = 0; y < picture.height; y++)
             for (int x = 0; x < picture.width; x++) {
