@@ -8,20 +8,33 @@
 
 namespace faults {
 
-struct Call {
-    std::string name;  // the export's, and a word on what it is called with
-    // Calls the export and releases what it handed out. Returns its result.
-    std::function<int()> run;
-    // A number that tells the output of the last run from another.
-    std::function<unsigned()> output;
-    // The file that a save makes; empty otherwise. Appends have it from before.
-    std::string made = {};
-    bool appends = false;
+unsigned hash(const void* data, std::size_t size, unsigned seed = 2166136261u);
+unsigned hashOfFile(const std::string& name);  // 0 where there is none
 
-    std::string exportName() const { return name.substr(0, name.find(' ')); }
+struct Call {
+    std::string name;          // as it stands in the source: export(arguments)
+    std::function<int()> run;  // on the same as ever; releases what was handed out, returns the result
+    std::function<unsigned()> output;  // of the last run, as a number that tells it from another
+    int result;                        // what both were when nothing failed
+    unsigned wanted;
+    std::string file;     // that a save makes, or an append appends to; else empty
+    unsigned fileBefore;  // its hash when a run begins
+
+    std::string exportName() const { return name.substr(0, name.find('(')); }
+    // Runs it. Returns what is not as it was when nothing failed, or "".
+    std::string deviation() const;
 };
 
-// Calls on files in a folder of their own, made now. Several sets can be used at the same time.
-std::vector<Call> makeCalls(const std::string& folder);
+// Calls on pictures of the given size and on files in a folder that is there as long as they are. Several
+// sets can be used at the same time.
+struct CallSet {
+    explicit CallSet(unsigned width = 61, unsigned height = 47);
+    ~CallSet();
+    CallSet(const CallSet&) = delete;
+    CallSet& operator=(const CallSet&) = delete;
+
+    std::string folder;
+    std::vector<Call> calls;
+};
 
 }  // namespace faults

@@ -51,10 +51,6 @@ void* counted(void* block) {
     blocks().insert(block);
     return block;
 }
-void discount(void* block) {
-    const std::lock_guard lock(blocksMutex);
-    if (blocks().erase(block)) bytes -= static_cast<long long>(_msize(block));
-}
 void* __cdecl alloc(UINT size) {
     return strikes(Kind::allocation) ? nullptr : counted(std::malloc(size));
 }
@@ -62,7 +58,10 @@ void* __cdecl calloc(UINT count, UINT size) {
     return strikes(Kind::allocation) ? nullptr : counted(std::calloc(count, size));
 }
 void __cdecl release(void* block) {
-    discount(block);
+    {
+        const std::lock_guard lock(blocksMutex);
+        if (blocks().erase(block)) bytes -= static_cast<long long>(_msize(block));
+    }
     std::free(block);
 }
 
@@ -78,13 +77,44 @@ void* __cdecl runtimeCalloc(std::size_t count, std::size_t size) {
 
 // --- the system's functions ---
 
-HGLOBAL WINAPI globalAlloc(UINT flags, SIZE_T size) {
-    if (strikes(Kind::globalMemory)) return nullptr;
-    const HGLOBAL handle = GlobalAlloc(flags, size);
-    if (handle) {
-        globals++;
-        count(GlobalSize(handle));
+// One that fails by the plan. What it makes is counted, if it is told where.
+template <auto system, Kind kind, std::atomic<long>* made = nullptr>
+struct Failing;
+template <class R, class... Arguments, R(WINAPI* system)(Arguments...), Kind kind, std::atomic<long>* made>
+struct Failing<system, kind, made> {
+    static R WINAPI call(Arguments... arguments) {
+        const R failure = (R)(kind == Kind::open || kind == Kind::seek ? -1 : 0);
+        if (strikes(kind)) return failure;
+        const R result = system(arguments...);
+        if constexpr (made != nullptr) *made += result != failure;
+        return result;
     }
+};
+
+// One that releases what another has made.
+template <auto system, std::atomic<long>* made>
+struct Releasing;
+template <class... Arguments, BOOL(WINAPI* system)(Arguments...), std::atomic<long>* made>
+struct Releasing<system, made> {
+    static BOOL WINAPI call(Arguments... arguments) {
+        const BOOL released = system(arguments...);
+        *made -= released != FALSE;
+        return released;
+    }
+};
+
+// ReadFile and WriteFile, which can come up short as well.
+template <auto system, Kind kind, class Buffer>
+BOOL WINAPI transfer(HANDLE file, Buffer buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
+    if (!strikes(kind)) return system(file, buffer, count, done, overlapped);
+    if (plan.isShort) return system(file, buffer, count / 2, done, overlapped);
+    *done = 0;
+    return FALSE;
+}
+
+HGLOBAL WINAPI globalAlloc(UINT flags, SIZE_T size) {
+    const HGLOBAL handle = Failing<GlobalAlloc, Kind::globalMemory, &globals>::call(flags, size);
+    if (handle) count(GlobalSize(handle));
     return handle;
 }
 HGLOBAL WINAPI globalFree(HGLOBAL handle) {
@@ -92,101 +122,8 @@ HGLOBAL WINAPI globalFree(HGLOBAL handle) {
     bytes -= static_cast<long long>(GlobalSize(handle));
     return GlobalFree(handle);
 }
-HANDLE opened(HANDLE file) {
-    if (file != INVALID_HANDLE_VALUE) files++;
-    return file;
-}
-HANDLE WINAPI createFileA(const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                          DWORD disposition, DWORD flags, HANDLE model) {
-    if (strikes(Kind::open)) return INVALID_HANDLE_VALUE;
-    return opened(CreateFileA(name, access, share, security, disposition, flags, model));
-}
-HANDLE WINAPI createFileW(const WCHAR* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                          DWORD disposition, DWORD flags, HANDLE model) {
-    if (strikes(Kind::open)) return INVALID_HANDLE_VALUE;
-    return opened(CreateFileW(name, access, share, security, disposition, flags, model));
-}
-BOOL WINAPI closeHandle(HANDLE file) {
-    files--;
-    return CloseHandle(file);
-}
-BOOL WINAPI readFile(HANDLE file, void* to, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
-    if (!strikes(Kind::read)) return ReadFile(file, to, count, done, overlapped);
-    if (plan.isShort) return ReadFile(file, to, count / 2, done, overlapped);
-    *done = 0;
-    return FALSE;
-}
-BOOL WINAPI writeFile(HANDLE file, const void* from, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
-    if (!strikes(Kind::write)) return WriteFile(file, from, count, done, overlapped);
-    if (plan.isShort) return WriteFile(file, from, count / 2, done, overlapped);
-    *done = 0;
-    return FALSE;
-}
-DWORD WINAPI setFilePointer(HANDLE file, LONG distance, LONG* high, DWORD method) {
-    return strikes(Kind::seek) ? INVALID_SET_FILE_POINTER : SetFilePointer(file, distance, high, method);
-}
-BOOL WINAPI setEndOfFile(HANDLE file) {
-    return strikes(Kind::end) ? FALSE : SetEndOfFile(file);
-}
-DWORD WINAPI getFileSize(HANDLE file, DWORD* high) {
-    return strikes(Kind::seek) ? INVALID_FILE_SIZE : GetFileSize(file, high);
-}
-DWORD WINAPI getTempPathW(DWORD size, WCHAR* folder) {
-    return strikes(Kind::temporary) ? 0 : GetTempPathW(size, folder);
-}
-UINT WINAPI getTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT unique, WCHAR* name) {
-    return strikes(Kind::temporary) ? 0 : GetTempFileNameW(folder, prefix, unique, name);
-}
-
-template <class Object>
-Object made(Object object) {
-    if (object) objects++;
-    return object;
-}
-HBITMAP WINAPI createDibSection(HDC dc, const BITMAPINFO* info, UINT usage, void** bits, HANDLE section,
-                                DWORD offset) {
-    if (strikes(Kind::dibSection)) return nullptr;
-    return made(CreateDIBSection(dc, info, usage, bits, section, offset));
-}
-HPALETTE WINAPI createPalette(const LOGPALETTE* palette) {
-    return strikes(Kind::palette) ? nullptr : made(CreatePalette(palette));
-}
-HPALETTE WINAPI createHalftonePalette(HDC dc) {
-    return strikes(Kind::palette) ? nullptr : CreateHalftonePalette(dc);  // kept for the process's life
-}
-BOOL WINAPI deleteObject(HGDIOBJ object) {
-    objects--;
-    return DeleteObject(object);
-}
-HDC WINAPI getDc(HWND window) {
-    return strikes(Kind::deviceContext) ? nullptr : made(GetDC(window));
-}
-int WINAPI releaseDc(HWND window, HDC dc) {
-    if (dc) objects--;
-    return ReleaseDC(window, dc);
-}
-HDC WINAPI createCompatibleDc(HDC dc) {
-    return strikes(Kind::deviceContext) ? nullptr : made(CreateCompatibleDC(dc));
-}
-BOOL WINAPI deleteDc(HDC dc) {
-    objects--;
-    return DeleteDC(dc);
-}
 int WINAPI getDeviceCaps(HDC dc, int which) {
     return which == BITSPIXEL && screenDepth ? screenDepth : GetDeviceCaps(dc, which);
-}
-
-DWORD WINAPI getModuleFileName(HMODULE module, char* name, DWORD size) {
-    return strikes(Kind::version) ? 0 : GetModuleFileNameA(module, name, size);
-}
-DWORD WINAPI getFileVersionInfoSize(const char* name, DWORD* handle) {
-    return strikes(Kind::version) ? 0 : GetFileVersionInfoSizeA(name, handle);
-}
-BOOL WINAPI getFileVersionInfo(const char* name, DWORD handle, DWORD size, void* block) {
-    return strikes(Kind::version) ? FALSE : GetFileVersionInfoA(name, handle, size, block);
-}
-BOOL WINAPI verQueryValue(const void* block, const char* path, void** value, UINT* length) {
-    return strikes(Kind::version) ? FALSE : VerQueryValueA(block, path, value, length);
 }
 
 std::vector<LockStep>* lockSteps;  // null: not wanted
@@ -225,57 +162,47 @@ void replaceImport(HMODULE dll, const char* name, void* function) {
 }  // namespace
 
 const char* nameOf(Kind kind) {
-    constexpr const char* names[] = {"allocation",
-                                     "global memory",
-                                     "opening a file",
-                                     "read",
-                                     "write",
-                                     "seek",
-                                     "setting the end of the file",
-                                     "temporary file",
-                                     "making a bitmap",
-                                     "making a palette",
-                                     "device context",
-                                     "version query",
+    constexpr const char* names[] = {"allocation",  "global memory", "open",           "read",
+                                     "write",       "seek",          "file's end",     "temporary file",
+                                     "DIB section", "palette",       "device context", "version query",
                                      "runtime heap"};
     return names[static_cast<int>(kind)];
 }
 
 void hook(HMODULE dll) {
-    const struct {
-        const char* name;
-        void* function;
-    } hooks[] = {{"GlobalAlloc", reinterpret_cast<void*>(globalAlloc)},
-                 {"GlobalFree", reinterpret_cast<void*>(globalFree)},
-                 {"CreateFileA", reinterpret_cast<void*>(createFileA)},
-                 {"CreateFileW", reinterpret_cast<void*>(createFileW)},
-                 {"CloseHandle", reinterpret_cast<void*>(closeHandle)},
-                 {"ReadFile", reinterpret_cast<void*>(readFile)},
-                 {"WriteFile", reinterpret_cast<void*>(writeFile)},
-                 {"SetFilePointer", reinterpret_cast<void*>(setFilePointer)},
-                 {"SetEndOfFile", reinterpret_cast<void*>(setEndOfFile)},
-                 {"GetFileSize", reinterpret_cast<void*>(getFileSize)},
-                 {"GetTempPathW", reinterpret_cast<void*>(getTempPathW)},
-                 {"GetTempFileNameW", reinterpret_cast<void*>(getTempFileNameW)},
-                 {"CreateDIBSection", reinterpret_cast<void*>(createDibSection)},
-                 {"CreatePalette", reinterpret_cast<void*>(createPalette)},
-                 {"CreateHalftonePalette", reinterpret_cast<void*>(createHalftonePalette)},
-                 {"DeleteObject", reinterpret_cast<void*>(deleteObject)},
-                 {"GetDC", reinterpret_cast<void*>(getDc)},
-                 {"ReleaseDC", reinterpret_cast<void*>(releaseDc)},
-                 {"CreateCompatibleDC", reinterpret_cast<void*>(createCompatibleDc)},
-                 {"DeleteDC", reinterpret_cast<void*>(deleteDc)},
-                 {"GetDeviceCaps", reinterpret_cast<void*>(getDeviceCaps)},
-                 {"GetModuleFileNameA", reinterpret_cast<void*>(getModuleFileName)},
-                 {"GetFileVersionInfoSizeA", reinterpret_cast<void*>(getFileVersionInfoSize)},
-                 {"GetFileVersionInfoA", reinterpret_cast<void*>(getFileVersionInfo)},
-                 {"VerQueryValueA", reinterpret_cast<void*>(verQueryValue)},
-                 {"EnterCriticalSection", reinterpret_cast<void*>(enterCriticalSection)},
-                 {"LeaveCriticalSection", reinterpret_cast<void*>(leaveCriticalSection)},
-                 {"malloc", reinterpret_cast<void*>(runtimeMalloc)},
-                 {"calloc", reinterpret_cast<void*>(runtimeCalloc)},
-                 {"free", reinterpret_cast<void*>(release)}};
-    for (const auto& h : hooks) replaceImport(dll, h.name, h.function);
+#define WITH(name, function) replaceImport(dll, #name, reinterpret_cast<void*>(function))
+#define FAILING(name, ...) WITH(name, (Failing<name, __VA_ARGS__>::call))
+#define RELEASING(name, made) WITH(name, (Releasing<name, made>::call))
+    WITH(GlobalAlloc, globalAlloc);
+    WITH(GlobalFree, globalFree);
+    FAILING(CreateFileA, Kind::open, &files);
+    FAILING(CreateFileW, Kind::open, &files);
+    RELEASING(CloseHandle, &files);
+    WITH(ReadFile, (transfer<ReadFile, Kind::read, void*>));
+    WITH(WriteFile, (transfer<WriteFile, Kind::write, const void*>));
+    FAILING(SetFilePointer, Kind::seek);
+    FAILING(GetFileSize, Kind::seek);
+    FAILING(SetEndOfFile, Kind::end);
+    FAILING(GetTempPathW, Kind::temporary);
+    FAILING(GetTempFileNameW, Kind::temporary);
+    FAILING(CreateDIBSection, Kind::dibSection, &objects);
+    FAILING(CreatePalette, Kind::palette, &objects);
+    FAILING(CreateHalftonePalette, Kind::palette);  // kept for the process's life
+    RELEASING(DeleteObject, &objects);
+    FAILING(GetDC, Kind::deviceContext, &objects);
+    RELEASING(ReleaseDC, &objects);
+    FAILING(CreateCompatibleDC, Kind::deviceContext, &objects);
+    RELEASING(DeleteDC, &objects);
+    WITH(GetDeviceCaps, getDeviceCaps);
+    FAILING(GetModuleFileNameA, Kind::version);
+    FAILING(GetFileVersionInfoSizeA, Kind::version);
+    FAILING(GetFileVersionInfoA, Kind::version);
+    FAILING(VerQueryValueA, Kind::version);
+    WITH(EnterCriticalSection, enterCriticalSection);
+    WITH(LeaveCriticalSection, leaveCriticalSection);
+    WITH(malloc, runtimeMalloc);
+    WITH(calloc, runtimeCalloc);
+    WITH(free, release);
     installMemory();
 }
 
@@ -328,15 +255,11 @@ void releaseBlock(void* block) {
 }
 
 void deletePalette(HPALETTE palette) {
-    deleteObject(palette);
+    Releasing<DeleteObject, &objects>::call(palette);
 }
 
-ScreenDepth::ScreenDepth(int bits) {
+void pretendScreenDepth(int bits) {
     screenDepth = bits;
-}
-
-ScreenDepth::~ScreenDepth() {
-    screenDepth = 0;
 }
 
 }  // namespace faults

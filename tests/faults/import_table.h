@@ -74,13 +74,7 @@ void releaseBlock(void* block);
 // A palette that the DLL has handed out.
 void deletePalette(HPALETTE palette);
 
-// For as long as it lives, this thread's device contexts tell the DLL that they have so many bits per pixel.
-class ScreenDepth {
- public:
-    explicit ScreenDepth(int bits);
-    ~ScreenDepth();
-    ScreenDepth(const ScreenDepth&) = delete;
-    ScreenDepth& operator=(const ScreenDepth&) = delete;
-};
+// This thread's device contexts tell the DLL that they have so many bits per pixel; 0: what they have.
+void pretendScreenDepth(int bits);
 
 }  // namespace faults
