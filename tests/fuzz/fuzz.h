@@ -14,6 +14,7 @@
 #include "orn32.h"
 #include "tests/support/files.h"
 #include "tests/support/guarded.h"
+#include "tests/support/test_image.h"
 
 namespace fuzz {
 
@@ -44,63 +45,37 @@ class Input {
     test::GuardedBytes guarded_;
 };
 
-// The input as a file on disk.
-class File {
- public:
-    File(const Input& input, const char* extension) : file_(extension) {
-        test::writeFile(file_.name(), input.bytes());
-    }
-    operator const char*() const { return file_.name(); }
-
- private:
-    test::TempFile file_;
-};
-
 // An image to load into, as a packed DIB whose last byte is the last one of its memory. Its area covers a
 // part of it, and what is outside must come through unchanged.
-class Destination {
+class Destination : public test::TestImage {
  public:
-    Destination(unsigned width, unsigned height, unsigned bits, unsigned margins) {
-        width = std::clamp(width, 1u, 300u);
-        height = std::clamp(height, 1u, 200u);
-        const unsigned left = margins & 3, top = margins >> 2 & 3, right = margins >> 4 & 3,
-                       bottom = margins >> 6;
-        made_ = allocDIB(&image, left + width + right, top + height + bottom, bits) == 0;
-        if (!made_) return;
+    // The margins are 2 bits each: left, top, right, bottom.
+    Destination(unsigned width, unsigned height, unsigned bits, unsigned margins)
+        : TestImage((margins & 3) + std::clamp(width, 1u, 300u) + (margins >> 4 & 3),
+                    (margins >> 2 & 3) + std::clamp(height, 1u, 200u) + (margins >> 6), bits) {
+        if (!made()) return;
         std::memset(image.bits, filling, image.header->biSizeImage);
-        setimagearea(&image, left, top, left + width - 1, top + height - 1);
+        image.left = margins & 3;
+        image.top = margins >> 2 & 3;
+        image.right -= margins >> 4 & 3;
+        image.bottom -= margins >> 6;
     }
-    ~Destination() {
-        if (made_) freeimage(&image);
-    }
-    Destination(const Destination&) = delete;
-    Destination& operator=(const Destination&) = delete;
-
-    bool made() const { return made_; }
-    operator imgdes*() { return &image; }
-
-    Bytes pixels() const { return {image.bits, image.bits + image.header->biSizeImage}; }
+    bool made() const { return image.header != nullptr; }
 
     void requireMarginsUntouched() const {
-        const unsigned bits = image.header->biBitCount,
-                       height = static_cast<unsigned>(image.header->biHeight);
-        const unsigned rowEnd = static_cast<unsigned>(image.header->biWidth) * bits / 8;
-        for (unsigned y = 0; y < height; y++) {
-            const bool inside = y >= image.top && y <= image.bottom;
-            const unsigned from = image.left * bits / 8, to = ((image.right + 1) * bits + 7) / 8;
-            const std::uint8_t* row = image.bits + (height - 1 - y) * image.rowbytes;
+        const unsigned bits = bitsPerPixel(), rowEnd = static_cast<unsigned>(width()) * bits / 8;
+        const unsigned from = image.left * bits / 8, to = ((image.right + 1) * bits + 7) / 8;
+        for (int y = 0; y < height(); y++) {
+            const bool inside = y >= static_cast<int>(image.top) && y <= static_cast<int>(image.bottom);
             for (unsigned x = 0; x < rowEnd; x++)
                 if (!inside || x < from || x >= to)
-                    require(row[x] == filling, "nothing outside the area changes", static_cast<int>(y));
+                    require(row(y)[x] == filling, "nothing outside the area changes", y);
         }
         require(image.palcolors >= 0 && image.palcolors <= 256, "palette count", image.palcolors);
     }
 
-    imgdes image;
-
  private:
     static constexpr std::uint8_t filling = 0xA5;
-    bool made_;
 };
 
 // A palette whose last entry is the last of its memory.
@@ -109,8 +84,37 @@ struct Palette {
     RGBQUAD* entries = reinterpret_cast<RGBQUAD*>(bytes.data());
 };
 
-inline void requireOneOf(int code, std::initializer_list<int> codes, const char* what) {
+using Codes = std::initializer_list<int>;
+
+inline void requireOneOf(int code, Codes codes, const char* what) {
     require(std::find(codes.begin(), codes.end(), code) != codes.end(), what, code);
+}
+
+// The input as a file on disk.
+class File {
+ public:
+    explicit File(const Input& input) : file_(".input") { test::writeFile(file_.name(), input.bytes()); }
+    operator const char*() const { return file_.name(); }
+
+ private:
+    test::TempFile file_;
+};
+
+// Loads the input from memory, and one in eight from a file as well, which must come to the same. Returns the
+// code.
+template <class FromBuffer, class FromFile, class... Arguments>
+int load(const Input& input, unsigned width, unsigned height, unsigned bits, Codes codes,
+         FromBuffer fromBuffer, FromFile fromFile, Arguments... arguments) {
+    Destination image(width, height, bits, input.choice(0));
+    if (!image.made()) return 0;
+    const int code = fromBuffer(input.file(), image, arguments...);
+    requireOneOf(code, codes, "a load's code");
+    image.requireMarginsUntouched();
+    if (code == ERR_SOURCE_BUFFER || input.choice(1) % 8 != 0) return code;
+    Destination other(width, height, bits, input.choice(0));
+    require(fromFile(File(input), other, arguments...) == code, "file and buffer give the same code", code);
+    require(other.bytes() == image.bytes(), "file and buffer give the same picture");
+    return code;
 }
 
 }  // namespace fuzz

@@ -8,7 +8,7 @@
 #include <cstdio>
 
 #include "tests/fuzz/seeds.h"
-#include "tests/support/random.h"
+#include "tests/support/damage.h"
 
 // The build gives each target's entry a name of its own.
 using Target = int(const std::uint8_t* data, std::size_t size);
@@ -40,40 +40,6 @@ void tellInput(int signal) {
     std::raise(signal);
 }
 
-// One change: bytes overwritten, a bit flipped, a piece left out, doubled or taken from another file, the end
-// cut.
-void change(Bytes& file, const Bytes& other, Random& random) {
-    static constexpr std::uint8_t borders[] = {0x00, 0x01, 0x7F, 0x80, 0xFE, 0xFF};
-    const auto size = static_cast<std::uint32_t>(file.size());
-    if (size == 0) return;
-    const std::uint32_t at = random.below(size), length = 1 + random.below(std::min(size - at, 64u));
-    const auto from = file.begin() + at, to = from + length;
-    switch (random.below(7)) {
-        case 0:
-            std::fill_n(from, std::min(length, 4u), borders[random.below(sizeof borders)]);
-            break;
-        case 1:
-            *from = random.byte();
-            break;
-        case 2:
-            *from ^= static_cast<std::uint8_t>(1 << random.below(8));
-            break;
-        case 3:
-            file.erase(from, to);
-            break;
-        case 4: {
-            const Bytes piece(from, to);
-            file.insert(file.begin() + random.below(size), piece.begin(), piece.end());
-            break;
-        }
-        case 5:
-            std::copy_n(other.begin(), std::min<std::size_t>(length, other.size()), from);
-            break;
-        default:
-            file.resize(at);
-    }
-}
-
 class Replay : public testing::TestWithParam<Entry> {};
 
 }  // namespace
@@ -91,8 +57,11 @@ TEST_P(Replay, TheTargetHoldsOverItsSeedsAndChangesOfThem) {
     for (currentChange = 1; currentChange <= changes; currentChange++) {
         currentSeed = random.below(static_cast<std::uint32_t>(inputs.size()));
         Bytes file = inputs[currentSeed];
-        for (std::uint32_t n = 1 + random.below(4); n > 0; n--)
-            change(file, inputs[random.below(static_cast<std::uint32_t>(inputs.size()))], random);
+        for (int n = random.between(1, 4); n > 0 && !file.empty(); n--) {
+            const Bytes& other = inputs[random.below(static_cast<std::uint32_t>(inputs.size()))];
+            damage(file, random.below(static_cast<std::uint32_t>(file.size())), random, other);
+        }
+        if (random.oneIn(6)) file.resize(random.below(static_cast<std::uint32_t>(file.size() + 1)));
         run(file.data(), std::min(file.size(), largest));
     }
 }
