@@ -145,7 +145,9 @@ class Canvas : public Argument {
         surface_->clear();
         pretendScreenDepth(depth_);
     }
+    // A call that fails draws nothing.
     int finish(int result) override {
+        if (result && surface_->pixels().colours != test::blank(size.cx, size.cy).colours) result = 1;
         if (palette_) deletePalette(std::exchange(palette_, nullptr));
         pretendScreenDepth(0);
         return result;
