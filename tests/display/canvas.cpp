@@ -28,9 +28,10 @@ std::uint32_t colourOf(const RGBQUAD& entry) {
     return static_cast<std::uint32_t>(entry.rgbRed << 16 | entry.rgbGreen << 8 | entry.rgbBlue);
 }
 
-std::uint32_t colourOf(const TestImage& image, int x, int y) {
-    const unsigned pixel = image.pixel(x, y);
-    return image.bitsPerPixel() == 24 ? pixel : colourOf(image.image.palette[pixel]);
+std::uint32_t colourOf(const imgdes& image, int x, int y) {
+    const BYTE* const row = image.bits + static_cast<UINT>(image.header->biHeight - 1 - y) * image.rowbytes;
+    if (image.header->biBitCount == 24) return row[3 * x] | row[3 * x + 1] << 8 | row[3 * x + 2] << 16;
+    return colourOf(image.palette[image.header->biBitCount == 8 ? row[x] : row[x / 8] >> (7 - x % 8) & 1]);
 }
 
 Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std::int64_t x, std::int64_t y,
@@ -40,7 +41,7 @@ Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std
         for (int cx = 0; cx < std::min<int>(canvas.width, client.cx); cx++) {
             const std::int64_t px = x + cx - screenX, py = y + cy - screenY;
             if (px < 0 || py < 0 || px >= image.width() || py >= image.height()) continue;
-            result.at(cx, cy) = colourOf(image, static_cast<int>(px), static_cast<int>(py));
+            result.at(cx, cy) = colourOf(image.image, static_cast<int>(px), static_cast<int>(py));
         }
     return result;
 }
@@ -148,11 +149,6 @@ std::string stateOf(HDC dc) {
                   GetCurrentObject(dc, OBJ_PAL), GetCurrentObject(dc, OBJ_BITMAP), clip.left, clip.top,
                   clip.right, clip.bottom, origin.x, origin.y, GetTextColor(dc), GetBkColor(dc));
     return text;
-}
-
-void MadePalette::clear() {
-    if (handle) DeleteObject(handle);
-    handle = nullptr;
 }
 
 std::vector<std::uint32_t> MadePalette::colours() const {

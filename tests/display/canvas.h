@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/test_image.h"
@@ -29,7 +30,7 @@ Pixels blank(int width, int height);
 
 std::uint32_t colourOf(const RGBQUAD& entry);
 // The colour that a picture's pixel stands for.
-std::uint32_t colourOf(const TestImage& image, int x, int y);
+std::uint32_t colourOf(const imgdes& image, int x, int y);
 
 // A canvas on which image point (x, y) lies at client point (screenX, screenY), pixel by pixel.
 Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std::int64_t x, std::int64_t y,
@@ -97,7 +98,9 @@ class MadePalette {
         clear();
         return &handle;
     }
-    void clear();
+    void clear() {
+        if (handle) DeleteObject(std::exchange(handle, nullptr));
+    }
     std::vector<std::uint32_t> colours() const;
 
     HPALETTE handle = nullptr;

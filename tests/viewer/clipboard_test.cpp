@@ -27,18 +27,13 @@ void putOnClipboard(const std::vector<unsigned char>& dib) {
 std::string pasted() {
     try {
         const ornconvert::Picture picture = ornview::pasteFromClipboard(nullptr);
-        const imgdes& image = *picture.image();
         std::string text = std::to_string(picture.width()) + " x " + std::to_string(picture.height()) + ", " +
                            std::to_string(picture.bits()) + " bits:";
-        for (LONG y = image.header->biHeight - 1; y >= 0; y--)
-            for (LONG x = 0; x < image.header->biWidth; x++) {
-                const BYTE* const row = image.bits + static_cast<UINT>(y) * image.rowbytes;
-                const BYTE* const pixel = picture.bits() == 8 ? &image.palette[row[x]].rgbBlue
-                                          : picture.bits() == 1
-                                              ? &image.palette[row[0] >> (7 - x) & 1].rgbBlue
-                                              : row + 3 * x;
+        for (int y = 0; y < static_cast<int>(picture.height()); y++)
+            for (int x = 0; x < static_cast<int>(picture.width()); x++) {
                 char hex[10];
-                std::snprintf(hex, sizeof hex, " %02X%02X%02X", pixel[2], pixel[1], pixel[0]);
+                std::snprintf(hex, sizeof hex, " %06X",
+                              static_cast<unsigned>(colourOf(*picture.image(), x, y)));
                 text += hex;
             }
         return text;

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "ornview/document.h"
+#include "tests/display/canvas.h"
 #include "tests/support/files.h"
-#include "tests/support/random.h"
 
 namespace {
 
@@ -12,26 +12,18 @@ using namespace test;
 using namespace ornview;
 using ornconvert::GifFrameFacts;
 
-unsigned long colourOf(const imgdes& image, int x, int y) {
-    const BYTE* const row = image.bits + (image.header->biHeight - 1 - y) * static_cast<LONG>(image.rowbytes);
-    if (image.header->biBitCount == 24) return RGB(row[3 * x + 2], row[3 * x + 1], row[3 * x]);
-    const RGBQUAD& colour =
-        image.palette[image.header->biBitCount == 8 ? row[x] : row[x / 8] >> (7 - x % 8) & 1];
-    return RGB(colour.rgbRed, colour.rgbGreen, colour.rgbBlue);
-}
-
 class PlainScreen {
  public:
     explicit PlainScreen(const std::vector<Picture>& frames) : frames_(frames) {}
 
-    unsigned long after(int n, int x, int y) const {
+    std::uint32_t after(int n, int x, int y) const {
         const Picture& frame = frames_[static_cast<std::size_t>(n)];
         if (!covers(frame, x, y) || isHole(frame, x, y)) return before(n, x, y);
         return colourOf(*frame.image(), x - frame.gif.left, y - frame.gif.top);
     }
 
  private:
-    unsigned long before(int n, int x, int y) const {
+    std::uint32_t before(int n, int x, int y) const {
         if (n == 0) return surroundings;
         const Picture& previous = frames_[static_cast<std::size_t>(n) - 1];
         if (previous.gif.disposal == 2 && covers(previous, x, y)) return surroundings;

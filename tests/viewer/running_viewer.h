@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "ornview/menu.h"
 #include "tests/display/canvas.h"
@@ -13,23 +13,7 @@
 namespace test {
 
 std::string narrow(const std::wstring& words);
-std::wstring titleOf(HWND window);
-
-// A folder of files that vanishes.
-class PictureFolder {
- public:
-    PictureFolder();
-    ~PictureFolder();
-    PictureFolder(const PictureFolder&) = delete;
-    PictureFolder& operator=(const PictureFolder&) = delete;
-
-    std::wstring add(const wchar_t* name);                      // a file that will be made
-    std::wstring add(const wchar_t* name, TestImage& picture);  // a BMP file
-
- private:
-    std::wstring name_;
-    std::vector<std::wstring> files_;
-};
+std::string titleOf(HWND window);
 
 // A dialog of the viewer's, or of another dialog's: a box with a message, or one that asks for a file name.
 class Dialog {
@@ -39,33 +23,39 @@ class Dialog {
     Dialog& operator=(const Dialog&) = delete;
 
     operator HWND() const { return window_; }
-    std::string words() const;  // all that stands in it
+    void expectWords(const std::string& words) const;  // stand somewhere in it
     void answer(int button) const;
-    void answer(const std::wstring& fileName) const;
+    void answer(const std::filesystem::path& fileName) const;
 
  private:
     HWND window_ = nullptr;
 };
 
-// The viewer, started with some arguments and ended with the test.
-class RunningViewer {
- public:
-    explicit RunningViewer(const std::wstring& arguments);
-    ~RunningViewer();
-    RunningViewer(const RunningViewer&) = delete;
-    RunningViewer& operator=(const RunningViewer&) = delete;
+// A test with a folder of files, and with the viewer, once it is started.
+class Viewer : public testing::Test {
+ protected:
+    Viewer();
+    ~Viewer() override;
 
-    operator HWND() const { return window_; }
-    void command(ornview::Command id) { SendMessageW(window_, WM_COMMAND, id, 0); }
+    // A file that will be made, and one that is, of a picture of random pixels.
+    std::filesystem::path add(const char* name) const { return folder_ / name; }
+    std::filesystem::path add(const char* name, TestImage& picture);
+
+    void start(const std::filesystem::path& file, const std::wstring& options = L"");
+    void send(UINT message, WPARAM parameter) { SendMessageW(window_, message, parameter, 0); }
+    void command(ornview::Command id) { send(WM_COMMAND, id); }
     void begin(ornview::Command id) { PostMessageW(window_, WM_COMMAND, id, 0); }  // one that asks something
-    void press(int key) { SendMessageW(window_, WM_KEYDOWN, static_cast<WPARAM>(key), 0); }
-    void expectTitle(const std::wstring& want);  // soon
+    void press(int key) { send(WM_KEYDOWN, static_cast<WPARAM>(key)); }
+    void expectTitle(const std::string& want);  // soon, and with the program's name behind it
     // The picture with its point (x, y) in the window's corner; a small one in the middle. Soon.
-    void expectShown(const TestImage& image, int x, int y);
+    void expectShown(const TestImage& image, int x = 0, int y = 0);
+
+    Random random_{41};
+    HWND window_ = nullptr;
 
  private:
+    std::filesystem::path folder_;
     PROCESS_INFORMATION process_ = {};
-    HWND window_ = nullptr;
 };
 
 constexpr std::uint32_t ground = 0x808080;  // around the picture
