@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <map>
+#include <regex>
 #include <set>
 
 #include "orn32.h"
@@ -204,6 +206,21 @@ TEST_F(Faults, EveryExportIsCalledAndAsksTheSystemForNothingOrIsMadeToFail) {
     EXPECT_EQ(called, exports);
     for (const std::string& name : exports)
         EXPECT_NE(asking.contains(name), quietExports.contains(name)) << name;
+}
+
+// loadbmp, loadbmpW and loadbmpfrombuffer of the same file, for example.
+TEST_F(Faults, TheFormsOfAnExportReadTheSameInAFileAndABuffer) {
+    std::map<std::string, std::pair<int, unsigned>> answers;
+    std::set<std::string> compared;
+    for (std::size_t i = 0; i < calls.size(); i++) {
+        if (!calls[i].made.empty() || calls[i].name == "OrrinversiondateW") continue;
+        const std::string base = std::regex_replace(calls[i].name, std::regex("frombuffer|W(?= |$)"), "");
+        const std::pair answer = {results[i], outputs[i]};
+        if (answers.try_emplace(base, answer).second) continue;
+        EXPECT_EQ(answers[base], answer) << calls[i].name;
+        compared.insert(calls[i].name);
+    }
+    EXPECT_GT(compared.size(), 50u);
 }
 
 // When an append fails, the file has the frames it had.
