@@ -27,9 +27,9 @@ struct Entry {
     Target* run;
     int changes;  // tried
 };
-constexpr Entry entries[] = {{"bmp", replay_bmp, 4000},           {"gif", replay_gif, 4000},
+constexpr Entry entries[] = {{"bmp", replay_bmp, 2000},           {"gif", replay_gif, 2000},
                              {"gifcodec", replay_gifcodec, 1500}, {"jpeg", replay_jpeg, 10000},
-                             {"png", replay_png, 4000},           {"save", replay_save, 1500}};
+                             {"png", replay_png, 2000},           {"save", replay_save, 1500}};
 
 // What is being tried, for the message when a target gives up the program.
 const char* currentTarget;

@@ -105,43 +105,30 @@ TEST(BmpLoad, ChannelsAreTakenByTheirMasks) {
 }
 
 TEST(BmpLoad, FileAndImageMustAgree) {
-    const struct {
-        unsigned fileBits, compression, imageBits;
-        int code;
-        int width = 4;  // no memory holds the rows of the last two
-    } cases[] = {{4, BI_RGB, 1, ERR_BITS},
-                 {4, BI_RGB, 24, ERR_BITS},
-                 {1, BI_RGB, 8, ERR_BITS},
-                 {24, BI_RGB, 8, ERR_BITS},
-                 {16, BI_RGB, 8, ERR_BITS},
-                 {32, BI_RGB, 16, ERR_BITS},
-                 {2, BI_RGB, 8, ERR_BITS},
-                 {0, BI_RGB, 24, ERR_BITS},
-                 {64, BI_RGB, 24, ERR_BITS},
-                 {4, BI_RLE8, 8, ERR_UNSUPPORTED},
-                 {8, BI_RLE4, 8, ERR_UNSUPPORTED},
-                 {8, BI_BITFIELDS, 8, ERR_UNSUPPORTED},
-                 {16, BI_RLE8, 24, ERR_UNSUPPORTED},
-                 {24, 4, 24, ERR_UNSUPPORTED},
-                 {32, 5, 24, ERR_UNSUPPORTED},
-                 {1, 12, 1, ERR_UNSUPPORTED},
-                 {1, 0xFFFFFFFC, 1, ERR_UNSUPPORTED},
-                 {1, BI_BITFIELDS, 1, 0},
-                 {24, BI_RLE4, 24, 0},
-                 {1, BI_RLE8, 1, 0},
-                 {24, BI_RGB, 24, ERR_MEMORY, 0x3F000044},
-                 {24, BI_RGB, 24, ERR_MEMORY, 0x7FFFFFFF}};
     const TempFile onDisk(".bmp");
-    for (const auto& c : cases) {
-        BmpBuilder builder{.width = c.width, .bits = c.fileBits, .compression = c.compression};
-        builder.pixels.resize(400, 0x33);
-        const Bytes file = builder.build();
-        writeFile(onDisk.name(), file);
-        TestImage image(4, 3, c.imageBits);
-        for (const int code : {load(file, image), loadbmp(onDisk.name(), image)})
-            EXPECT_EQ(code, c.code) << c.fileBits << " bits, compression " << c.compression << " into "
-                                    << c.imageBits << ", width " << c.width;
-    }
+    const auto expect = [&](int width, unsigned bits, unsigned compression, unsigned imageBits, int code) {
+        BmpBuilder file{.width = width, .bits = bits, .compression = compression};
+        file.pixels.resize(400, 0x33);
+        writeFile(onDisk.name(), file.build());
+        TestImage image(4, 3, imageBits);
+        for (const int have : {load(file.build(), image), loadbmp(onDisk.name(), image)})
+            EXPECT_EQ(have, code) << bits << " bits, compression " << compression << " into " << imageBits;
+    };
+    for (const auto& [fileBits, imageBits] :
+         {std::pair{4, 1}, {4, 24}, {1, 8}, {24, 8}, {16, 8}, {32, 16}, {2, 8}, {0, 24}, {64, 24}})
+        expect(4, fileBits, BI_RGB, imageBits, ERR_BITS);
+    for (const auto& [fileBits, compression, imageBits] : {std::tuple{4, 1u, 8},
+                                                           {8, 2u, 8},
+                                                           {8, 3u, 8},
+                                                           {16, 1u, 24},
+                                                           {24, 4u, 24},
+                                                           {32, 5u, 24},
+                                                           {1, 12u, 1},
+                                                           {1, 0xFFFFFFFCu, 1}})
+        expect(4, fileBits, compression, imageBits, ERR_UNSUPPORTED);
+    for (const auto& [bits, compression] : {std::pair{1, BI_BITFIELDS}, {24, BI_RLE4}, {1, BI_RLE8}})
+        expect(4, bits, compression, bits, 0);
+    for (const int width : {0x3F000044, 0x7FFFFFFF}) expect(width, 24, BI_RGB, 24, ERR_MEMORY);
 }
 
 TEST(BmpLoad, RleRows) {

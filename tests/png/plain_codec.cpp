@@ -140,7 +140,7 @@ Bytes rowsOf(const Bytes& file) {
     return rows;
 }
 
-Picture decoded(const Bytes& file, std::vector<unsigned>* filters) {
+Picture decoded(const Bytes& file) {
     const Bytes h = chunksOf(file).at(0).data, rows = rowsOf(file);
     Picture picture = {
         fromBigEndian32(&h.at(0)), fromBigEndian32(&h.at(4)), h.at(8), h.at(9), h.at(12) == 1, {}};
@@ -152,7 +152,6 @@ Picture decoded(const Bytes& file, std::vector<unsigned>* filters) {
         const std::size_t length = (columns.size() * picture.depth * n + 7) / 8;
         if (at + 1 + length > rows.size()) throw std::runtime_error("too few rows");
         if (first) above.assign(length, 0);
-        if (filters) filters->push_back(rows[at]);
         const Bytes row = plainUnfilter(rows[at], slice(rows, at + 1, length), above, stepOf(picture));
         std::size_t bit = 0;
         for (const unsigned x : columns)

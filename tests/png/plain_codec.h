@@ -39,9 +39,8 @@ Bytes fileOf(Picture& picture, Random& random, const std::vector<Chunk>& others 
 // All data of a file, uncompressed.
 Bytes rowsOf(const Bytes& file);
 
-// Decodes a sound file, whose data must be exactly as long as it has to be. filters, where given, receives
-// the filter byte of every row.
-Picture decoded(const Bytes& file, std::vector<unsigned>* filters = nullptr);
+// Decodes a sound file, whose data must be exactly as long as it has to be.
+Picture decoded(const Bytes& file);
 
 // One row's bytes through one of the five filters (there, or back).
 Bytes plainFilter(unsigned filter, const Bytes& row, const Bytes& above, unsigned step);
