@@ -32,12 +32,11 @@ Area areaOf(const imgdes& image) {
 }  // namespace
 
 TEST(AllocImage, DescribesTheNewImage) {
-    struct Case {
+    const struct {
         unsigned width, height, bits, gotBits, rowBytes, colours, kind;
-    };
-    for (const Case& c :
-         {Case{1, 1, 1, 1, 4, 2, 1}, Case{33, 5, 1, 1, 8, 2, 1}, Case{5, 3, 4, 8, 8, 256, 1},
-          Case{4, 7, 8, 8, 4, 256, 1}, Case{5, 2, 16, 16, 12, 0, 1}, Case{5, 9, 24, 24, 16, 0, 0}}) {
+    } cases[] = {{1, 1, 1, 1, 4, 2, 1},   {33, 5, 1, 1, 8, 2, 1},   {5, 3, 4, 8, 8, 256, 1},
+                 {4, 7, 8, 8, 4, 256, 1}, {5, 2, 16, 16, 12, 0, 1}, {5, 9, 24, 24, 16, 0, 0}};
+    for (const auto& c : cases)
         for (const bool section : {false, true}) {
             imgdes image = filledRecord();
             ASSERT_EQ((section ? allocimage : allocDIB)(&image, c.width, c.height, c.bits), 0);
@@ -55,33 +54,32 @@ TEST(AllocImage, DescribesTheNewImage) {
             freeimage(&image);
             EXPECT_TRUE(isCleared(image));
         }
-    }
 }
 
 TEST(AllocImage, RefusesAndClearsTheRecord) {
-    struct Case {
-        unsigned width, height, bits;
-        int code;
-    };
-    const auto refuse = [](auto allocate, const Case& c) {
+    const auto refuse = [](auto allocate, UINT width, UINT height, UINT bits, int code) {
         imgdes image = filledRecord();
-        EXPECT_EQ(allocate(&image, c.width, c.height, c.bits), c.code)
-            << c.width << "x" << c.height << "x" << c.bits;
+        EXPECT_EQ(allocate(&image, width, height, bits), code) << width << "x" << height << "x" << bits;
         EXPECT_TRUE(isCleared(image));
     };
     for (const auto allocate : {allocimage, allocDIB}) {
-        for (const Case& c : {Case{5, 5, 0, ERR_BITS}, Case{5, 5, 2, ERR_BITS}, Case{5, 5, 32, ERR_BITS},
-                              Case{0, 0, 32, ERR_BITS}, Case{0, 5, 8, ERR_RANGE}, Case{5, 0, 4, ERR_RANGE},
-                              Case{0x7FFFFFFF, 2, 24, ERR_MEMORY}, Case{0x80000000, 1, 1, ERR_MEMORY},
-                              Case{65536, 65536, 8, ERR_MEMORY}, Case{~0u, ~0u, 24, ERR_MEMORY},
-                              Case{0x55555556, 1, 24, ERR_MEMORY}, Case{65536, 32767, 24, ERR_MEMORY}})
-            refuse(allocate, c);
+        for (const UINT bits : {0, 2, 32}) refuse(allocate, 5, 5, bits, ERR_BITS);
+        refuse(allocate, 0, 0, 32, ERR_BITS);
+        refuse(allocate, 0, 5, 8, ERR_RANGE);
+        refuse(allocate, 5, 0, 4, ERR_RANGE);
+        for (const auto& [width, height, bits] : {std::tuple{0x7FFFFFFFu, 2u, 24u},
+                                                  {0x80000000u, 1u, 1u},
+                                                  {65536u, 65536u, 8u},
+                                                  {~0u, ~0u, 24u},
+                                                  {0x55555556u, 1u, 24u},
+                                                  {65536u, 32767u, 24u}})
+            refuse(allocate, width, height, bits, ERR_MEMORY);
         const MemoryWatch watch(1);
-        refuse(allocate, {10, 10, 8, ERR_MEMORY});
+        refuse(allocate, 10, 10, 8, ERR_MEMORY);
     }
     // More pixels than the address space has room for, in rows that are countable in 31 bits: a DIB section
     // that Windows refuses.
-    refuse(allocimage, {32768, 65500, 8, ERR_MEMORY});
+    refuse(allocimage, 32768, 65500, 8, ERR_MEMORY);
 }
 
 TEST(FreeImage, LeavesARecordWithAnUnreadableHeaderAlone) {
@@ -142,36 +140,28 @@ TEST(ImageArea, GoesToARectAndBackUnchanged) {
 }
 
 TEST(CheckRange, TestsInOrderAndRepairsSwappedEdges) {
-    const struct {
-        const char* what;
-        int code;  // of all three, unless the bit count alone is wrong
-        void (*spoil)(imgdes&);
-    } cases[] = {
-        {"unreadable pixels and no header", ERR_BAD_BUFFER,
-         [](imgdes& i) { i.bits = nullptr, i.header = nullptr; }},
-        {"no header", ERR_RANGE, [](imgdes& i) { i.header = nullptr; }},
-        {"right edge", ERR_RANGE, [](imgdes& i) { i.right = 20; }},
-        {"bottom edge", ERR_RANGE, [](imgdes& i) { i.bottom = 10; }},
-        {"left far off", ERR_RANGE, [](imgdes& i) { i.left = ~0u; }},
-        {"short rows", ERR_RANGE, [](imgdes& i) { i.rowbytes = 19; }},
-        {"negative width", ERR_RANGE, [](imgdes& i) { i.header->biWidth = -20; }},
-        {"negative height", ERR_RANGE, [](imgdes& i) { i.header->biHeight = -10; }},
-        {"a row length that wraps", ERR_RANGE,
-         [](imgdes& i) { i.header->biWidth = 0x20000001, i.header->biBitCount = 24; }},
-        {"compressed and off the picture", ERR_RANGE,
-         [](imgdes& i) { i.header->biCompression = 1, i.right = 20; }},
-        {"compressed with wrong bits", ERR_COMPRESSED,
-         [](imgdes& i) { i.header->biCompression = 1, i.header->biBitCount = 4; }},
-    };
-    for (const auto& c : cases) {
+    const auto expect = [](int code, void (*spoil)(imgdes&)) {
         TestImage image(20, 10, 8);
         const BITMAPINFOHEADER good = *image->header;
         imgdes record = image.image;
-        c.spoil(record);
-        for (const auto check : {checkrange_, checkrange1_, checkrange16_})
-            EXPECT_EQ(check(&record), c.code) << c.what;
+        spoil(record);
+        EXPECT_EQ(checkrange_(&record), code);
+        EXPECT_EQ(checkrange1_(&record), code);
+        EXPECT_EQ(checkrange16_(&record), code);
         *image->header = good;
-    }
+    };
+    expect(ERR_BAD_BUFFER, [](imgdes& i) { i.bits = nullptr, i.header = nullptr; });
+    expect(ERR_RANGE, [](imgdes& i) { i.header = nullptr; });
+    expect(ERR_RANGE, [](imgdes& i) { i.right = 20; });
+    expect(ERR_RANGE, [](imgdes& i) { i.bottom = 10; });
+    expect(ERR_RANGE, [](imgdes& i) { i.left = ~0u; });
+    expect(ERR_RANGE, [](imgdes& i) { i.rowbytes = 19; });
+    expect(ERR_RANGE, [](imgdes& i) { i.header->biWidth = -20; });
+    expect(ERR_RANGE, [](imgdes& i) { i.header->biHeight = -10; });
+    // A row length that wraps
+    expect(ERR_RANGE, [](imgdes& i) { i.header->biWidth = 0x20000001, i.header->biBitCount = 24; });
+    expect(ERR_RANGE, [](imgdes& i) { i.header->biCompression = 1, i.right = 20; });
+    expect(ERR_COMPRESSED, [](imgdes& i) { i.header->biCompression = 1, i.header->biBitCount = 4; });
     for (const unsigned bits : {0u, 1u, 2u, 4u, 8u, 16u, 24u, 32u, 33u, 40u, 65535u}) {
         TestImage image(20, 10, 24);
         image->header->biBitCount = static_cast<WORD>(bits);

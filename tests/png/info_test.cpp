@@ -125,44 +125,42 @@ TEST(PngInfo, ResolutionIsReadFromItsChunk) {
 }
 
 TEST(PngInfo, EveryFaultOfTheHeaderHasItsDetail) {
-    const auto header = [](std::size_t at, std::uint8_t value) {
-        Chunk chunk = rgbHeader;
-        chunk.data.at(at) = value;
-        return chunk;
-    };
-    const struct {
-        Chunk chunk;
-        int detail;
-    } cases[] = {{{"IHDR", rgbHeader.data + Bytes{0}}, -102},
-                 {{"IHDR", {}}, -102},
-                 {headerChunk(0, 7, 8, 2), -109},
-                 {headerChunk(13, 0, 3, 1), -109},
-                 {headerChunk(13, 7, 3, 1), -103},
-                 {{"IHDR", Bytes(13, 0xFF)}, -103},
-                 {header(8, 3), -103},
-                 {header(8, 0), -103},
-                 {header(8, 32), -103},
-                 {header(9, 1), -104},
-                 {header(9, 5), -104},
-                 {header(9, 7), -104},
-                 {header(8, 4), -105},
-                 {headerChunk(1, 1, 16, 3), -105},
-                 {headerChunk(1, 1, 4, 4), -105},
-                 {header(12, 2), -106},
-                 {header(10, 1), -107},
-                 {header(11, 1), -108}};
-    for (const auto& c : cases) EXPECT_EQ(detailOf(fileWith(c.chunk)), c.detail);
+    for (const auto& [at, value, detail] : {std::tuple{8, 3, -103},
+                                            {8, 0, -103},
+                                            {8, 32, -103},
+                                            {9, 1, -104},
+                                            {9, 5, -104},
+                                            {9, 7, -104},
+                                            {8, 4, -105},
+                                            {12, 2, -106},
+                                            {10, 1, -107},
+                                            {11, 1, -108}}) {
+        Chunk header = rgbHeader;
+        header.data[at] = static_cast<std::uint8_t>(value);
+        EXPECT_EQ(detailOf(fileWith(header)), detail) << "byte " << at << " is " << value;
+    }
+    for (const auto& [width, height, depth, type, detail] : {std::tuple{0, 7, 8, 2, -109},
+                                                             {13, 0, 3, 1, -109},
+                                                             {13, 7, 3, 1, -103},
+                                                             {-1, -1, 255, 255, -103},
+                                                             {1, 1, 16, 3, -105},
+                                                             {1, 1, 4, 4, -105}})
+        EXPECT_EQ(detailOf(fileWith(headerChunk(width, height, depth, type))), detail)
+            << width << "x" << height << " depth " << depth << " type " << type;
+    for (const Bytes& data : {rgbHeader.data + Bytes{0}, Bytes{}})
+        EXPECT_EQ(detailOf(fileWith({"IHDR", data})), -102) << data.size() << " bytes";
 }
 
 TEST(PngInfo, ChecksumsCountForAllChunksButTheDataAndTheEnd) {
-    for (const char* type : {"IHDR", "PLTE", "tRNS", "gAMA", "abCD"}) {
-        std::vector<Chunk> chunks = {rgbHeader,          {"PLTE", Bytes(30)}, {"tRNS", Bytes(6)},
-                                     {"gAMA", Bytes(4)}, {"abCD", Bytes(9)},  {"IDAT", {1, 2}, 1},
-                                     {"IEND", {}, 1}};
-        infoOf(pngFile(chunks));
-        for (Chunk& chunk : chunks)
-            if (chunk.type == type) chunk.crcError = 1;
-        EXPECT_EQ(detailOf(pngFile(chunks)), -111) << type;
+    std::vector<Chunk> chunks = {rgbHeader,          {"PLTE", Bytes(30)}, {"tRNS", Bytes(6)},
+                                 {"gAMA", Bytes(4)}, {"abCD", Bytes(9)},  {"IDAT", {1, 2}},
+                                 {"IEND", {}}};
+    for (Chunk& chunk : chunks) {
+        chunk.crcError = 1;
+        const bool counts = chunk.type != "IDAT" && chunk.type != "IEND";
+        infoOf(pngFile(chunks), counts ? ERR_PNG : 0);
+        EXPECT_TRUE(!counts || pnggeterror() == -111) << chunk.type;
+        chunk.crcError = 0;
     }
 }
 
@@ -188,36 +186,44 @@ TEST(PngInfo, LengthsThatLeadOutOfTheFileEndInAShortRead) {
 }
 
 TEST(PngComment, IsFoundByItsKeyword) {
-    const Bytes zero = {0};
-    const Bytes text(9000, 'x');
-    TempFile file(".png");
-    writeFile(file.name(), fileWith(rgbHeader, {{"tEXt", asBytes("Title") + zero + asBytes("Harvest")},
-                                                {"tEXt", asBytes("Tit") + zero + asBytes("short")},
-                                                {"tEXt", asBytes("Author") + zero + text},
-                                                {"tEXt", asBytes("Title") + zero + asBytes("second")},
-                                                {"tEXt", asBytes("Empty") + zero},
+    const auto words = [](const std::string& keyword, const std::string& text) {
+        return asBytes(keyword) + Bytes{0} + asBytes(text);
+    };
+    const std::string huge(9000, 'x');
+    const TempFile file(".png");
+    writeFile(file.name(), fileWith(rgbHeader, {{"tEXt", words("Title", "Harvest")},
+                                                {"tEXt", words("Tit", "short")},
+                                                {"tEXt", words("Author", huge)},
+                                                {"tEXt", words("Title", "second")},
+                                                {"tEXt", words("Empty", "")},
                                                 {"tEXt", asBytes("NoEnd")},
-                                                {"zTXt", asBytes("Other") + zero + asBytes("packed")}}));
+                                                {"zTXt", words("Other", "packed")}}));
     const struct {
-        const char* keyword;
+        std::string keyword;
         int room;
         std::string text;
-    } cases[] = {{"Title", 8, "Harvest"}, {"Tit", 6, "short"}, {"Author", 9001, std::string(9000, 'x')},
-                 {"Empty", 1, ""},        {"NoEnd", 0, ""},    {"title", 0, ""},
-                 {"Titl", 0, ""},         {"Other", 0, ""},    {"", 0, ""}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(getpngcomment(file.name(), c.keyword, nullptr, 0), c.room) << c.keyword;
-        for (const std::size_t size : {1u, 2u, 5u, 8u, 9001u}) {
+    } cases[] = {{"Title", 8, "Harvest"},
+                 {"Tit", 6, "short"},
+                 {"Author", 9001, huge},
+                 {"Empty", 1, ""},
+                 {"NoEnd", 0, ""},
+                 {"title", 0, ""},
+                 {"Titl", 0, ""},
+                 {"Other", 0, ""},
+                 {"", 0, ""},
+                 {std::string(100000, 'k'), 0, ""}};
+    for (const auto& [keyword, room, text] : cases) {
+        EXPECT_EQ(getpngcomment(file.name(), keyword.c_str(), nullptr, 0), room) << keyword;
+        for (const int size : {1, 2, 5, 8, 9001}) {
             const GuardedBytes buffer(size);
             char* p = reinterpret_cast<char*>(buffer.data());
-            EXPECT_EQ(getpngcomment(file.name(), c.keyword, p, static_cast<int>(size)), 0);
-            EXPECT_EQ(p, c.text.substr(0, size - 1)) << c.keyword;
+            EXPECT_EQ(getpngcomment(file.name(), keyword.c_str(), p, size), 0);
+            EXPECT_EQ(p, text.substr(0, size - 1)) << keyword;
         }
     }
-    EXPECT_EQ(getpngcomment(file.name(), std::string(100000, 'k').c_str(), nullptr, 0), 0);
     char buffer[4] = "abc";
     for (const int none : {0, -5}) EXPECT_EQ(getpngcomment(file.name(), "Title", buffer, none), 0);
-    writeFile(file.name(), fileWith(rgbHeader, {{"tEXt", asBytes("Title") + zero, 1}}));
+    writeFile(file.name(), fileWith(rgbHeader, {{"tEXt", words("Title", ""), 1}}));
     EXPECT_EQ(getpngcomment(file.name(), "Title", buffer, 4), ERR_PNG);
     EXPECT_EQ(pnggeterror(), -111);
     EXPECT_EQ(getpngcomment("no such file.png", "Title", buffer, 4), ERR_OPEN);
