@@ -5,6 +5,8 @@
 #include <windows.h>
 
 #include <future>
+#include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -131,6 +133,22 @@ TEST_F(Faults, AreThereForEveryExportButTheOnesThatAskTheSystemForNothing) {
         if (!asking.contains(call.exportName())) silent.insert(call.exportName());
     std::istringstream words(quietExports);
     EXPECT_EQ(silent, std::set<std::string>(std::istream_iterator<std::string>(words), {}));
+}
+
+// loadbmp, loadbmpW and loadbmpfrombuffer of the same file, for example.
+TEST_F(Faults, TheFormsOfAnExportReadTheSameInAFileAndABuffer) {
+    static const std::regex form("frombuffer|W(?=\\()");
+    std::map<std::string, std::pair<int, unsigned>> answers;
+    int compared = 0;
+    for (const Call& call : set->calls) {
+        if (call.name.find("(in(") == std::string::npos) continue;
+        const std::pair answer = {call.result, call.wanted};
+        const auto [known, isFirst] = answers.try_emplace(std::regex_replace(call.name, form, ""), answer);
+        if (isFirst) continue;
+        EXPECT_EQ(known->second, answer) << call.name;
+        compared++;
+    }
+    EXPECT_GT(compared, 50);
 }
 
 // The first read looks at what the file is, later ones decode it.

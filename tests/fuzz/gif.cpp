@@ -48,6 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     palettes(input, which);
     load(input, static_cast<unsigned>(info.width), static_cast<unsigned>(info.height),
          info.dibbits == 1 ? 1 : 8, codes, loadgiffrombuffer, loadgif);
+    // A record of the caller's own making does no harm either.
+    reinterpret_cast<int*>(&frame)[input.choice(2) % 16] += static_cast<int>(input.choice(3)) - 128;
     load(input, static_cast<unsigned>(frame.width), static_cast<unsigned>(frame.height),
          input.choice(1) & 1 ? 1 : 8, codes, loadgifframefrombuffer, loadgifframe, &global, &frame);
     if (input.choice(2) % 8 == 0) comment(input);

@@ -22,11 +22,7 @@ void keep(const char* target, const Bytes& file) {
 template <class Save>
 void keepSaved(const char* target, Save save) {
     void* buffer = nullptr;
-    if (save(&buffer) != 0) return;
-    const auto* bytes = static_cast<std::uint8_t*>(buffer);
-    keep(target, Bytes(bytes, bytes + GlobalSize(GlobalHandle(buffer))));
-    GlobalUnlock(GlobalHandle(buffer));
-    GlobalFree(GlobalHandle(buffer));
+    if (save(&buffer) == 0) keep(target, taken(buffer));
 }
 
 void savedFiles(Random& random) {
@@ -136,6 +132,7 @@ Seeds makeSeeds() {
     pngs(random);
     jpegs(random);
     codecData(random);
+    keep("gif", richGif());
     return std::move(seeds);
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 #include "orn32.h"
 #include "tests/gif/gif_builder.h"
 #include "tests/gif/plain_lzw.h"
@@ -28,116 +30,78 @@ Bytes somePixels(Random& random, unsigned bits, std::size_t n) {
     return pixels;
 }
 
-Bytes encoded(unsigned codeSize, const Bytes& pixels) {
+// Encodes into so much room, pixels and room ending at unreadable pages. Empty: refused.
+Bytes encoded(unsigned codeSize, const Bytes& pixels, std::size_t room) {
     GifCodeParams params = {{1, 2, 3, 4}, codeSize};
-    Bytes data(pixels.size() * 2 + 300);
-    data.resize(GifEncode(&params, pixels.data(), static_cast<UINT>(pixels.size()), data.data(),
-                          static_cast<UINT>(data.size())));
+    const GuardedBytes source(pixels), target(room);
+    const UINT n = GifEncode(&params, source.data(), pixels.size(), target.data(), room);
     EXPECT_EQ(params.reserved[0] + params.reserved[3], 5u);
-    return data;
-}
-
-// Decodes with room for exactly as many pixels as asked, source and destination ending at unreadable pages.
-UINT decoded(const Bytes& data, std::size_t room, Bytes& pixels) {
-    const GuardedBytes source(data), target(Bytes(room, 0xEE));
-    const UINT consumed = GifDecode(nullptr, source.data(), static_cast<int>(data.size()), target.data(),
-                                    static_cast<int>(room));
-    pixels.assign(target.data(), target.data() + room);
-    return consumed;
+    return {target.data(), target.data() + n};
 }
 
 // Checks a decode of any data against the second implementation, bytes behind the pixels included.
 void checkDecode(const Bytes& data, std::size_t room, const std::string& what) {
     const AnyDecode want(data, room);
-    Bytes wantPixels = want.pixels, pixels;
+    Bytes wantPixels = want.pixels;
     wantPixels.resize(room, 0xEE);
-    EXPECT_EQ(decoded(data, room, pixels), want.consumed) << what;
-    ASSERT_TRUE(pixels == wantPixels) << what << ", " << want.pixels.size() << " pixels wanted";
+    const GuardedBytes source(data), target(Bytes(room, 0xEE));
+    EXPECT_EQ(GifDecode(nullptr, source.data(), data.size(), target.data(), room), want.consumed) << what;
+    ASSERT_TRUE(std::equal(wantPixels.begin(), wantPixels.end(), target.data()))
+        << what << ", " << want.pixels.size() << " pixels wanted";
 }
 
 }  // namespace
 
-TEST(GifEncode, WritesWhatThePlainEncoderWrites) {
+TEST(GifEncode, WritesWhatThePlainEncoderWritesIntoExactlyTheRoomThatItTakes) {
     Random random(1);
     int clears = 0;
     for (int round = 0; round < 300; round++) {
         const unsigned codeSize = random.below(12);
         const std::size_t n = random.oneIn(4) ? random.below(200000) : random.below(300);
         const Bytes pixels = somePixels(random, random.oneIn(4) ? 8 : codeSize, n);  // some above the size
-        const PlainEncoder want(codeSize, pixels);
-        clears += want.clears();
-        ASSERT_TRUE(encoded(codeSize, pixels) == want.bytes())
-            << "code size " << codeSize << ", " << n << " pixels, round " << round;
+        const PlainEncoder plain(codeSize, pixels);
+        const Bytes& want = plain.bytes();
+        clears += plain.clears();
+        for (const std::size_t room : {want.size(), want.size() + 9})
+            ASSERT_TRUE(encoded(codeSize, pixels, room) == want)
+                << "code size " << codeSize << ", " << n << " pixels, round " << round;
+        for (const std::size_t less : {1, 2, 3, 4, 1 + static_cast<int>(random.below(want.size()))})
+            ASSERT_EQ(encoded(codeSize, pixels, want.size() - less).size(), 0u) << less << " bytes less";
     }
     EXPECT_GT(clears, 100);
 }
 
 TEST(GifEncode, KnownStreams) {
     // 9 bits each: clear 1 0000 0000, all ones 1 1111 1111, end 1 0000 0001
-    EXPECT_EQ(encoded(8, {}), (Bytes{8, 4, 0x00, 0xFF, 0x07, 0x04, 0, ';'}));
+    EXPECT_EQ(encoded(8, {}, 300), (Bytes{8, 4, 0x00, 0xFF, 0x07, 0x04, 0, ';'}));
     // 224 pixels that form no string: with clear and end, 226 codes fill 255 bytes, and an empty block
     // follows.
     Bytes pixels(224);
-    for (std::size_t i = 0; i < pixels.size(); i++) pixels[i] = static_cast<std::uint8_t>(i);
-    const Bytes data = encoded(8, pixels);
+    std::iota(pixels.begin(), pixels.end(), std::uint8_t{0});
+    const Bytes data = encoded(8, pixels, 300);
     ASSERT_EQ(data.size(), 1u + 256 + 3);
     EXPECT_EQ(slice(data, 257, 3), (Bytes{0, 0, ';'}));
-    for (const unsigned codeSize : {12u, 0xFFFFFFFFu}) EXPECT_TRUE(encoded(codeSize, {1, 2}).empty());
+    for (const unsigned codeSize : {12u, 0xFFFFFFFFu}) EXPECT_TRUE(encoded(codeSize, {1, 2}, 300).empty());
 }
 
-TEST(GifEncode, NeedsExactlyTheRoomThatItsDataTakes) {
-    Random random(4);
-    for (int round = 0; round < 200; round++) {
-        const Bytes pixels = somePixels(random, 8, 1 + random.below(2000));
-        const Bytes want = PlainEncoder(8, pixels).bytes();
-        GifCodeParams params = {{}, 8};
-        const GuardedBytes source(pixels);
-        const UINT full = static_cast<UINT>(want.size());
-        for (const UINT room : {full, full - 1, full - 2, full - 3, random.below(full), 0u, 1u}) {
-            const GuardedBytes target(room);
-            const UINT written =
-                GifEncode(&params, source.data(), static_cast<UINT>(pixels.size()), target.data(), room);
-            ASSERT_EQ(written, room == full ? full : 0) << "room " << room << " of " << full;
-            ASSERT_TRUE(!written || std::equal(want.begin(), want.end(), target.data()));
-        }
-    }
-}
-
-TEST(GifDecode, GivesBackWhatWasEncoded) {
-    Random random(5);
-    for (int round = 0; round < 300; round++) {
-        const unsigned codeSize = 2 + random.below(8);
-        const std::size_t n = 1 + (random.oneIn(4) ? random.below(100000) : random.below(300));
-        const Bytes pixels = somePixels(random, codeSize, n);
-        Bytes back;
-        const Bytes data = encoded(codeSize, pixels);
-        // The end code ends the last block with data, and neither an empty one nor the terminator is read.
-        ASSERT_EQ(decoded(data, n, back), AnyDecode(data, n).consumed)
-            << "code size " << codeSize << ", " << n;
-        ASSERT_TRUE(back == pixels) << "code size " << codeSize << ", " << n << " pixels";
-        ASSERT_EQ(decoded(data, n - 1, back), 0u) << "room for one pixel less";
-        checkDecode(data, n + 40, "room to spare");
-        checkDecode(data, n / 2, "half the room");
-        const std::size_t size = 1 + random.below(255);
-        const Bytes cut = slice(data, 0, 1) + subBlocks(joinedBlocks(data), size);
-        ASSERT_GT(decoded(cut, n, back), 0u) << "blocks of " << size;
-        ASSERT_TRUE(back == pixels) << "blocks of " << size;
-    }
-}
-
-TEST(GifDecode, DecodesDamagedDataAndNoiseLikeThePlainDecoder) {
+TEST(GifDecode, DecodesSoundDataDamagedDataAndNoiseLikeThePlainDecoder) {
     Random random(6);
-    for (int round = 0; round < 3000; round++) {
-        const Bytes noise = Bytes{static_cast<std::uint8_t>(2 + random.below(8))} +
-                            subBlocks(random.bytes(random.below(1000)), 1 + random.below(255));
-        checkDecode(noise, random.below(20000), "noise " + std::to_string(round));
+    for (int round = 0; round < 1000; round++) {
+        const std::string what = ", round " + std::to_string(round);
         const unsigned codeSize = 2 + random.below(8);
-        const Bytes pixels = somePixels(random, codeSize, 1 + random.below(5000));
-        Bytes data = encoded(codeSize, pixels);
+        const std::size_t n = 1 + random.below(random.oneIn(20) ? 100000 : 3000);
+        const Bytes pixels = somePixels(random, codeSize, n);
+        Bytes data = encoded(codeSize, pixels, 2 * n + 300);
+        ASSERT_TRUE(AnyDecode(data, n).pixels == pixels) << "not even the plain decoder" << what;
+        for (const std::size_t room : {n, n - 1, n + 40, n / 2}) checkDecode(data, room, "sound" + what);
+        const std::size_t size = 1 + random.below(255);
+        checkDecode(slice(data, 0, 1) + subBlocks(joinedBlocks(data), size), n, "other blocks" + what);
         for (unsigned i = 1 + random.below(4); i > 0; i--)
-            data[1 + random.below(static_cast<unsigned>(data.size()) - 1)] = random.byte();
-        if (random.oneIn(4)) data.resize(1 + random.below(static_cast<unsigned>(data.size())));
-        checkDecode(data, pixels.size() + random.below(200), "round " + std::to_string(round));
+            data[1 + random.below(data.size() - 1)] = random.byte();
+        if (random.oneIn(4)) data.resize(1 + random.below(data.size()));
+        checkDecode(data, n + random.below(200), "damaged" + what);
+        const Bytes noise = random.bytes(random.below(1000));
+        checkDecode(slice(data, 0, 1) + subBlocks(noise, size), random.below(20000), "noise" + what);
     }
 }
 
@@ -145,8 +109,7 @@ TEST(GifDecode, KnownStreams) {
     const struct {
         const char* what;
         Bytes data;
-        std::size_t room;
-        UINT consumed;
+        std::size_t room, consumed;
         Bytes pixels;
     } cases[] = {
         {"terminator at once", {8, 0}, 0, 1, {}},
@@ -164,9 +127,9 @@ TEST(GifDecode, KnownStreams) {
         {"block longer than the source", {2, 200, 0x2C, 0}, 5, 0, {}},
     };
     for (const auto& c : cases) {
-        Bytes pixels;
-        EXPECT_EQ(decoded(c.data, c.room, pixels), c.consumed) << c.what;
-        EXPECT_TRUE(!c.consumed || slice(pixels, 0, c.pixels.size()) == c.pixels) << c.what;
+        const AnyDecode plain(c.data, c.room);
+        EXPECT_EQ(plain.consumed, c.consumed) << c.what;
+        EXPECT_TRUE(!c.consumed || plain.pixels == c.pixels) << c.what;
         checkDecode(c.data, c.room, c.what);
     }
 }

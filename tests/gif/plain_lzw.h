@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -34,7 +35,7 @@ struct AnyDecode {
     bool run() {
         const int clear = 1 << data_[0], end = clear + 1;
         int slot = clear + 2, oc = 0, fc = 0, c;
-        std::vector<int> prefix(4096, 0), suffix(4096, 0);
+        std::array<int, 4096> prefix = {}, suffix = {};
         width_ = data_[0] + 1;
         while ((c = next(end)) != end) {
             if (c < 0) return false;
@@ -54,14 +55,14 @@ struct AnyDecode {
             int code = c;
             if (code >= slot) code = oc, stack.push_back(fc);
             if (code >= slot) return false;
-            for (; code >= clear + 2; code = prefix.at(static_cast<std::size_t>(code))) {
-                if (prefix[static_cast<std::size_t>(code)] == code || stack.size() > 5000) return false;
-                stack.push_back(suffix[static_cast<std::size_t>(code)]);
+            for (; code >= clear + 2; code = prefix.at(code)) {
+                if (prefix[code] == code || stack.size() > 5000) return false;
+                stack.push_back(suffix[code]);
             }
             stack.push_back(code);
             if (slot < 1 << width_) {
-                fc = suffix[static_cast<std::size_t>(slot)] = code;
-                prefix[static_cast<std::size_t>(slot++)] = oc;
+                fc = suffix[slot] = code;
+                prefix[slot++] = oc;
                 oc = c;
             }
             if (slot >= 1 << width_ && width_ < 12) width_++;
@@ -117,24 +118,24 @@ class PlainEncoder {
         for (std::size_t n = 1; n < pixels.size(); n++) {
             const long c = pixels[n], key = (c << 12) + prefix;
             long i = (c << 4) ^ prefix;
-            bool found = keys[at(i)] == key;
-            if (!found && keys[at(i)] >= 0) {
+            bool found = keys[i] == key;
+            if (!found && keys[i] >= 0) {
                 const long displacement = i == 0 ? 1 : 5003 - i;
                 do {
                     i -= displacement;
                     if (i < 0) i += 5003;
-                    found = keys[at(i)] == key;
-                } while (!found && keys[at(i)] > 0);
+                    found = keys[i] == key;
+                } while (!found && keys[i] > 0);
             }
             if (found) {
-                prefix = codes[at(i)];
+                prefix = codes[i];
                 continue;
             }
             put(prefix, freeEntry, false);
             prefix = c;
             if (freeEntry < 4096) {
-                codes[at(i)] = freeEntry++;
-                keys[at(i)] = key;
+                codes[i] = freeEntry++;
+                keys[i] = key;
             } else {
                 keys.assign(5003, -1);
                 freeEntry = clear + 2;
@@ -144,8 +145,8 @@ class PlainEncoder {
         }
         put(prefix, freeEntry, false);
         put(end, freeEntry, false);
-        append(out_, subBlocks(packed_));
-        if (packed_.size() % 255 == 0) out_.push_back(0);  // an empty block in front of the terminator
+        append(out_, subBlocks(bits_.bytes));
+        if (bits_.bytes.size() % 255 == 0) out_.push_back(0);  // an empty block in front of the terminator
         out_.push_back(';');
     }
 
@@ -153,16 +154,12 @@ class PlainEncoder {
     int clears() const { return clears_; }  // how often the table ran over
 
  private:
-    static std::size_t at(long i) { return static_cast<std::size_t>(i); }
     void resetWidth() {
         width_ = size_ + 1;
         lastCode_ = (1L << width_) - 1;
     }
     void put(long code, long freeEntry, bool clearing) {
-        for (unsigned i = 0; i < width_; i++, bit_++) {
-            if (bit_ % 8 == 0) packed_.push_back(0);
-            packed_.back() = static_cast<std::uint8_t>(packed_.back() | (code >> i & 1) << bit_ % 8);
-        }
+        bits_.put(static_cast<unsigned>(code), width_);
         if (clearing) {
             resetWidth();
         } else if (freeEntry > lastCode_) {
@@ -173,8 +170,8 @@ class PlainEncoder {
     unsigned size_, width_ = 0;
     long lastCode_ = 0;
     int clears_ = 0;
-    std::size_t bit_ = 0;
-    Bytes packed_, out_;
+    CodeBits bits_;
+    Bytes out_;
 };
 
 }  // namespace test

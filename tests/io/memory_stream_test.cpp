@@ -11,42 +11,33 @@
 using namespace orn32;
 using namespace test;
 
-static Bytes bytesOf(void* buffer, std::size_t size) {
-    auto* p = static_cast<std::uint8_t*>(buffer);
-    return {p, p + size};
-}
-
 TEST(MemoryStream, SixteenStreamsOfEachKindAndNoMore) {
     HANDLE in[16], out[16];
     const int buffer = 0;
-    for (int i = 0; i < 16; i++) {
+    for (std::uintptr_t i = 0; i < 16; i++) {
         in[i] = memory_stream::openInput(&buffer, GENERIC_READ);
         out[i] = memory_stream::openOutput();
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(in[i]), static_cast<std::uintptr_t>(i + 1));
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(out[i]), static_cast<std::uintptr_t>(i + 1));
+        EXPECT_EQ(in[i], reinterpret_cast<HANDLE>(i + 1));
+        EXPECT_EQ(out[i], reinterpret_cast<HANDLE>(i + 1));
     }
     EXPECT_EQ(memory_stream::openInput(&buffer, GENERIC_READ), INVALID_HANDLE_VALUE);
     EXPECT_EQ(memory_stream::openOutput(), INVALID_HANDLE_VALUE);
     memory_stream::closeInput(in[4]);
     EXPECT_EQ(memory_stream::openInput(&buffer, GENERIC_WRITE), INVALID_HANDLE_VALUE);
     EXPECT_EQ(memory_stream::openInput(&buffer, GENERIC_READ), in[4]);
-    for (int i = 0; i < 16; i++) {
-        EXPECT_TRUE(memory_stream::closeInput(in[i]));
-        EXPECT_TRUE(memory_stream::closeOutput(out[i]));
-    }
+    for (const HANDLE handle : in) EXPECT_TRUE(memory_stream::closeInput(handle));
+    for (const HANDLE handle : out) EXPECT_TRUE(memory_stream::closeOutput(handle));
 }
 
 TEST(MemoryStream, HandlesOutsideTheTablesAreRefused) {
-    for (const std::uintptr_t number : {std::uintptr_t{0}, std::uintptr_t{17}, ~std::uintptr_t{0}}) {
+    for (const std::intptr_t number : {0, 17, -1}) {
         const HANDLE handle = reinterpret_cast<HANDLE>(number);
         char byte;
-        DWORD n = 5;
+        DWORD n = 5, m = 5;
         void* result = nullptr;
         EXPECT_FALSE(memory_stream::read(handle, &byte, 1, &n, nullptr));
-        EXPECT_EQ(n, 0u);
-        n = 5;
-        EXPECT_FALSE(memory_stream::write(handle, &byte, 1, &n, nullptr));
-        EXPECT_EQ(n, 0u);
+        EXPECT_FALSE(memory_stream::write(handle, &byte, 1, &m, nullptr));
+        EXPECT_EQ(n + m, 0u);
         EXPECT_EQ(memory_stream::seekInput(handle, 0, nullptr, FILE_BEGIN), ~DWORD{0});
         EXPECT_EQ(memory_stream::seekOutput(handle, 0, nullptr, FILE_BEGIN), ~DWORD{0});
         EXPECT_EQ(memory_stream::finishOutput(handle, &result), ERR_MEMORY);
@@ -57,13 +48,12 @@ TEST(MemoryStream, HandlesOutsideTheTablesAreRefused) {
 
 TEST(MemoryStream, ReadsUpToTheEndOfReadableMemory) {
     for (const unsigned size : {0u, 1u, 100u, 4096u, 4097u, 20000u}) {
-        Random random(size);
-        const Bytes content = random.bytes(size);
+        const Bytes content = Random(size).bytes(size);
         const GuardedBytes source(content);
         InputStream in(fromBuffer(source.data()));
         Bytes got(size + 9000, 0xEE);
         EXPECT_EQ(in.read(got.data(), size + 9000), size);
-        EXPECT_TRUE(std::equal(content.begin(), content.end(), got.begin()));
+        EXPECT_EQ(slice(got, 0, size), content);
         EXPECT_EQ(in.read(got.data(), 1), 0u);
         EXPECT_EQ(in.position(), size);
     }
@@ -72,7 +62,7 @@ TEST(MemoryStream, ReadsUpToTheEndOfReadableMemory) {
 TEST(MemoryStream, PositionsOutsideTheBufferReadNothing) {
     const GuardedBytes source(Random(1).bytes(50));
     InputStream in(fromBuffer(source.data()));
-    char byte;
+    std::uint8_t byte;
     for (const std::uint32_t position : {50u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         EXPECT_EQ(in.seek(position), position);
         EXPECT_EQ(in.read(&byte, 1), 0u) << position;
@@ -80,7 +70,7 @@ TEST(MemoryStream, PositionsOutsideTheBufferReadNothing) {
     EXPECT_EQ(in.seek(10), 10u);
     EXPECT_EQ(in.skip(-3), 7u);
     EXPECT_EQ(in.read(&byte, 1), 1u);
-    EXPECT_EQ(static_cast<std::uint8_t>(byte), source.data()[7]);
+    EXPECT_EQ(byte, source.data()[7]);
 }
 
 // A damaged file can name any distance, also one that ends in the guard page of some thread's stack.
@@ -113,90 +103,76 @@ TEST(MemoryStream, TheEndOfAnInputIsTheSizeOfItsGlobalBlock) {
     memory_stream::closeInput(noBlock);
 }
 
-TEST(MemoryStream, LaterWritesWinAndGapsAreZero) {
-    const MemoryWatch watch;
-    void* result = nullptr;
-    {
-        OutputStream out(toBuffer(&result));
-        out.write("0123456789", 10);
-        out.seek(2);
-        out.write("abc", 3);
-        out.seek(15);
-        out.write("z", 1);
-        out.write("", 0);
-        ASSERT_EQ(out.commit(), 0);
+namespace {
+
+struct Write {
+    std::uint32_t at;
+    std::string text;
+};
+
+// Writes to memory, with so much room reserved, if any.
+int write(std::uint32_t reserved, const std::vector<Write>& writes, void** result) {
+    OutputStream out(toBuffer(result));
+    if (reserved) out.reserve(reserved);
+    for (const auto& [at, text] : writes) {
+        out.seek(at);
+        out.write(text.data(), text.size());
     }
-    EXPECT_EQ(bytesOf(result, 16),
-              (Bytes{'0', '1', 'a', 'b', 'c', '5', '6', '7', '8', '9', 0, 0, 0, 0, 0, 'z'}));
-    EXPECT_EQ(watch.live(), 1);
-    freeGuarded(result);
+    const int code = out.commit();
+    EXPECT_EQ(*result != nullptr, code == 0);
+    return code;
 }
 
-TEST(MemoryStream, AReservedBufferIsWrittenInPlaceAndNotBeyondItsEnd) {
-    void* result = nullptr;
-    {
-        OutputStream out(toBuffer(&result));
-        out.reserve(10);
-        out.seek(4);
-        EXPECT_TRUE(out.write("456789", 6));
-        EXPECT_FALSE(out.write("x", 1));
-        out.seek(11);
-        EXPECT_FALSE(out.write("", 0));
-        EXPECT_EQ(out.commit(), ERR_MEMORY);
-        EXPECT_EQ(result, nullptr);
-    }
-    {
-        OutputStream out(toBuffer(&result));
-        out.reserve(10);
-        out.seek(4);
-        out.write("456789", 6);
-        out.seek(0);
-        out.write("01", 2);
-        ASSERT_EQ(out.commit(), 0);
-    }
-    EXPECT_EQ(bytesOf(result, 10), (Bytes{'0', '1', 0, 0, '4', '5', '6', '7', '8', '9'}));
-    EXPECT_EQ(GlobalSize(GlobalHandle(result)), 10u);
-    GlobalFree(GlobalHandle(result));
+}  // namespace
 
-    OutputStream tooLarge(toBuffer(&result)), nothing(toBuffer(&result));
-    tooLarge.reserve(0xFFFFFFF0);
-    EXPECT_EQ(tooLarge.commit(), ERR_MEMORY);
-    EXPECT_EQ(nothing.commit(), ERR_MEMORY) << "nothing written";
-    EXPECT_EQ(result, nullptr);
+TEST(MemoryStream, LaterWritesWinGapsAreZeroAndReservedRoomIsNotPassed) {
+    const struct {
+        std::uint32_t reserved;
+        std::vector<Write> writes;
+        int code;
+        Bytes bytes = {};
+    } cases[] = {{0,
+                  {{0, "0123456789"}, {2, "abc"}, {15, "z"}, {16, ""}},
+                  0,
+                  {'0', '1', 'a', 'b', 'c', '5', '6', '7', '8', '9', 0, 0, 0, 0, 0, 'z'}},
+                 {10, {{4, "456789"}, {0, "01"}}, 0, {'0', '1', 0, 0, '4', '5', '6', '7', '8', '9'}},
+                 {10, {{4, "456789"}, {10, "x"}}, ERR_MEMORY},
+                 {10, {{11, ""}}, ERR_MEMORY},
+                 {0xFFFFFFF0, {}, ERR_MEMORY},
+                 {0, {}, ERR_MEMORY}};
+    for (const auto& c : cases) {
+        void* result = nullptr;
+        EXPECT_EQ(write(c.reserved, c.writes, &result), c.code);
+        EXPECT_TRUE(!result || taken(result) == c.bytes);
+    }
 }
 
 TEST(MemoryStream, EveryFailedAllocationIsReportedAndNothingLeaks) {
+    const auto check = [](int n, int code, const MemoryWatch& watch) {
+        EXPECT_EQ(code, ERR_MEMORY) << "allocation " << n;
+        EXPECT_EQ(watch.live(), 0) << "allocation " << n;
+    };
     void* result = nullptr;
-    const int steps = failEveryAllocation(
-        [&] {
-            OutputStream out(toBuffer(&result));
-            out.write("0123456789", 10);
-            out.write("ab", 2);
-            return out.commit();
-        },
-        [&](int n, int code, const MemoryWatch& watch) {
-            EXPECT_EQ(code, ERR_MEMORY) << "allocation " << n;
-            EXPECT_EQ(result, nullptr) << "allocation " << n;
-            EXPECT_EQ(watch.live(), 0) << "allocation " << n;
-        });
-    EXPECT_EQ(steps, 5);
+    EXPECT_EQ(failEveryAllocation(
+                  [&] {
+                      return write(0, {{0, "0123456789"}, {10, "ab"}}, &result);
+                  },
+                  check),
+              5);
     freeGuarded(result);
 }
 
 TEST(OutputStream, AFileThatIsNotCommittedVanishes) {
     const TempFile file(".bin");
-    {
-        OutputStream out(toFile(file.name()));
-        ASSERT_TRUE(out.isOpen());
-        EXPECT_TRUE(out.write("abc", 3));
-        EXPECT_TRUE(file.exists());
-    }
-    EXPECT_FALSE(file.exists());
-    {
-        OutputStream out(toFile(file.wideName()));
+    for (const bool commit : {false, true}) {
+        EXPECT_FALSE(file.exists());
+        OutputStream out(commit ? toFile(file.wideName()) : toFile(file.name()));
         EXPECT_TRUE(out.write("abc", 3));
         EXPECT_EQ(out.position(), 3u);
-        EXPECT_EQ(out.commit(), 0);
+        EXPECT_TRUE(file.exists());
+        if (commit) {
+            EXPECT_EQ(out.commit(), 0);
+        }
     }
     EXPECT_EQ(readFile(file.name()), (Bytes{'a', 'b', 'c'}));
 }

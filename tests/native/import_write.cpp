@@ -1,6 +1,6 @@
 // The platform layer's WriteFile calls through this pointer, as programs for Windows do through their import
 // table.
-#include "tests/support/import_write.h"
+#include "tests/support/failing_writes.h"
 
 extern "C" test::WriteFunction importedWriteFile;
 

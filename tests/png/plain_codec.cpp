@@ -13,25 +13,11 @@ const int passOf[8][8] = {{1, 6, 4, 6, 2, 6, 4, 6}, {7, 7, 7, 7, 7, 7, 7, 7}, {5
                           {7, 7, 7, 7, 7, 7, 7, 7}, {3, 6, 4, 6, 3, 6, 4, 6}, {7, 7, 7, 7, 7, 7, 7, 7},
                           {5, 6, 5, 6, 5, 6, 5, 6}, {7, 7, 7, 7, 7, 7, 7, 7}};
 
-int paeth(int a, int b, int c) {
-    const int p = a + b - c, pa = std::abs(p - a), pb = std::abs(p - b), pc = std::abs(p - c);
-    if (pa <= pb && pa <= pc) return a;
-    return pb <= pc ? b : c;
-}
-
-int guess(unsigned filter, int a, int b, int c) {
-    switch (filter) {
-        case 1:
-            return a;
-        case 2:
-            return b;
-        case 3:
-            return (a + b) / 2;
-        case 4:
-            return paeth(a, b, c);
-        default:
-            return 0;
-    }
+int guess(unsigned filter, const Bytes& row, const Bytes& above, std::size_t i, unsigned step) {
+    const int a = i >= step ? row[i - step] : 0, b = above[i], c = i >= step ? above[i - step] : 0;
+    const int pa = std::abs(b - c), pb = std::abs(a - c), pc = std::abs(a + b - 2 * c);
+    const int guesses[] = {0, a, b, (a + b) / 2, pa <= pb && pa <= pc ? a : pb <= pc ? b : c};
+    return filter < 5 ? guesses[filter] : 0;
 }
 
 // Calls visit(columns of the row's pixels, y, whether the row is its pass's first) for every row in file
@@ -79,7 +65,7 @@ unsigned Picture::dibPixel(unsigned x, unsigned y) {
 }
 
 Picture randomPicture(Random& random, unsigned width, unsigned height, unsigned depth, unsigned type) {
-    Picture picture = {width, height, depth, type, false, {}};
+    Picture picture = {width, height, depth, type, random.oneIn(2), {}};
     picture.samples.resize(std::size_t{width} * height * picture.channels());
     const bool smooth = random.oneIn(2);  // neighbours alike, so that the filters' guesses meet
     unsigned last = 0;
@@ -90,20 +76,23 @@ Picture randomPicture(Random& random, unsigned width, unsigned height, unsigned 
     return picture;
 }
 
+Bytes fileOf(Picture& p, Random& random, const std::vector<Chunk>& others, std::size_t dataSize) {
+    const auto anyFilter = [&](auto&&...) { return random.oneIn(50) ? random.below(256) : random.below(5); };
+    std::vector<Chunk> chunks = dataChunks(compressed(filteredRows(p, anyFilter)), dataSize);
+    chunks.insert(chunks.begin(), others.begin(), others.end());
+    return pngFile(headerChunk(p.width, p.height, p.depth, p.type, p.interlaced), chunks);
+}
+
 Bytes plainFilter(unsigned filter, const Bytes& row, const Bytes& above, unsigned step) {
     Bytes out(row.size());
-    for (std::size_t i = 0; i < row.size(); i++) {
-        const int a = i >= step ? row[i - step] : 0, b = above[i], c = i >= step ? above[i - step] : 0;
-        out[i] = static_cast<std::uint8_t>(row[i] - guess(filter, a, b, c));
-    }
+    for (std::size_t i = 0; i < row.size(); i++)
+        out[i] = static_cast<std::uint8_t>(row[i] - guess(filter, row, above, i, step));
     return out;
 }
 
 Bytes plainUnfilter(unsigned filter, Bytes row, const Bytes& above, unsigned step) {
-    for (std::size_t i = 0; i < row.size(); i++) {
-        const int a = i >= step ? row[i - step] : 0, b = above[i], c = i >= step ? above[i - step] : 0;
-        row[i] = static_cast<std::uint8_t>(row[i] + guess(filter, a, b, c));
-    }
+    for (std::size_t i = 0; i < row.size(); i++)
+        row[i] = static_cast<std::uint8_t>(row[i] + guess(filter, row, above, i, step));
     return row;
 }
 
@@ -129,8 +118,7 @@ Bytes filteredRows(Picture& picture, const PickFilter& pickFilter) {
         if (first) above.assign(row.size(), 0);
         const unsigned filter = pickFilter(row, above, stepOf(picture));
         out.push_back(static_cast<std::uint8_t>(filter));
-        const Bytes filtered = plainFilter(filter, row, above, stepOf(picture));
-        out.insert(out.end(), filtered.begin(), filtered.end());
+        out = std::move(out) + plainFilter(filter, row, above, stepOf(picture));
         above = row;
     });
     return out;
@@ -140,20 +128,19 @@ Bytes rowsOf(const Bytes& file) {
     Bytes data;
     for (const Chunk& chunk : chunksOf(file))
         if (chunk.type == "IDAT") data = std::move(data) + chunk.data;
-    Bytes rows(1 << 16);
-    uLongf size;
-    int result;
-    while (rows.resize(rows.size() * 2), size = static_cast<uLongf>(rows.size()),
-           (result = uncompress(rows.data(), &size, data.data(), static_cast<uLong>(data.size()))) ==
-                   Z_BUF_ERROR &&
-               rows.size() < (1u << 28)) {
+    Bytes rows;
+    int result = Z_BUF_ERROR;
+    for (uLongf size = 1 << 17; result == Z_BUF_ERROR && size <= 1 << 28; size *= 2) {
+        rows.resize(size);
+        uLongf length = size;
+        result = uncompress(rows.data(), &length, data.data(), data.size());
+        rows.resize(length);
     }
     if (result != Z_OK) throw std::runtime_error("compressed data");
-    rows.resize(size);
     return rows;
 }
 
-Picture decoded(const Bytes& file, std::vector<unsigned>* filters) {
+Picture decoded(const Bytes& file) {
     const Bytes h = chunksOf(file).at(0).data, rows = rowsOf(file);
     Picture picture = {
         fromBigEndian32(&h.at(0)), fromBigEndian32(&h.at(4)), h.at(8), h.at(9), h.at(12) == 1, {}};
@@ -164,11 +151,8 @@ Picture decoded(const Bytes& file, std::vector<unsigned>* filters) {
     forEachRow(picture, [&](const std::vector<unsigned>& columns, unsigned y, bool first) {
         const std::size_t length = (columns.size() * picture.depth * n + 7) / 8;
         if (at + 1 + length > rows.size()) throw std::runtime_error("too few rows");
-        const auto from = rows.begin() + static_cast<std::ptrdiff_t>(at);
-        Bytes row(from + 1, from + 1 + static_cast<std::ptrdiff_t>(length));
         if (first) above.assign(length, 0);
-        if (filters) filters->push_back(*from);
-        row = plainUnfilter(*from, row, above, stepOf(picture));
+        const Bytes row = plainUnfilter(rows[at], slice(rows, at + 1, length), above, stepOf(picture));
         std::size_t bit = 0;
         for (const unsigned x : columns)
             for (unsigned c = 0; c < n; c++, bit += picture.depth)

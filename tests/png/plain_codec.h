@@ -24,6 +24,7 @@ struct Picture {
     unsigned dibBits() const { return type == 2 || type == 6 ? 24 : depth == 1 ? 1 : 8; }
 };
 
+// Interlaced or not.
 Picture randomPicture(Random& random, unsigned width, unsigned height, unsigned depth, unsigned type);
 
 // The filtered rows of all passes. pickFilter gives each row's filter byte, of the row, the one above and the
@@ -31,12 +32,15 @@ Picture randomPicture(Random& random, unsigned width, unsigned height, unsigned 
 using PickFilter = std::function<unsigned(const Bytes& row, const Bytes& above, unsigned step)>;
 Bytes filteredRows(Picture& picture, const PickFilter& pickFilter);
 
+// A picture's file: IHDR, other chunks, the data by filters of all kinds and some that are none, IEND.
+Bytes fileOf(Picture& picture, Random& random, const std::vector<Chunk>& others = {},
+             std::size_t dataSize = 8192);
+
 // All data of a file, uncompressed.
 Bytes rowsOf(const Bytes& file);
 
-// Decodes a sound file, whose data must be exactly as long as it has to be. filters, where given, receives
-// the filter byte of every row.
-Picture decoded(const Bytes& file, std::vector<unsigned>* filters = nullptr);
+// Decodes a sound file, whose data must be exactly as long as it has to be.
+Picture decoded(const Bytes& file);
 
 // One row's bytes through one of the five filters (there, or back).
 Bytes plainFilter(unsigned filter, const Bytes& row, const Bytes& above, unsigned step);

@@ -38,24 +38,27 @@ Bytes pngFile(const std::vector<Chunk>& chunks) {
     Bytes file = signature;
     for (const Chunk& chunk : chunks) {
         const Bytes checked = asBytes(chunk.type) + chunk.data;
-        const std::uint32_t crc = plainCrc(checked.data(), checked.size()) + chunk.crcError;
-        file = std::move(file) + bigEndian32(static_cast<std::uint32_t>(chunk.data.size())) + checked +
-               bigEndian32(crc);
+        file = std::move(file) + bigEndian32(chunk.data.size()) + checked +
+               bigEndian32(plainCrc(checked.data(), checked.size()) + chunk.crcError);
     }
     return file;
 }
 
+Bytes pngFile(const Chunk& header, std::vector<Chunk> chunks) {
+    chunks.insert(chunks.begin(), header);
+    chunks.push_back({"IEND", {}});
+    return pngFile(chunks);
+}
+
 std::vector<Chunk> chunksOf(const Bytes& file) {
     std::vector<Chunk> chunks;
-    if (!std::equal(signature.begin(), signature.end(), file.begin())) throw std::runtime_error("signature");
+    if (slice(file, 0, 8) != signature) throw std::runtime_error("signature");
     for (std::size_t at = 8; at < file.size();) {
         const std::size_t length = fromBigEndian32(&file.at(at));
         if (length > file.size() || at + 12 + length > file.size()) throw std::runtime_error("chunk length");
-        const auto data = file.begin() + static_cast<std::ptrdiff_t>(at + 8);
-        const auto n = static_cast<std::ptrdiff_t>(length);
         if (plainCrc(&file[at + 4], length + 4) != fromBigEndian32(&file[at + 8 + length]))
             throw std::runtime_error("checksum");
-        chunks.push_back({std::string(data - 4, data), Bytes(data, data + n)});
+        chunks.push_back({std::string(&file[at + 4], &file[at + 8]), slice(file, at + 8, length)});
         at += 12 + length;
     }
     return chunks;
@@ -78,20 +81,17 @@ Chunk headerChunk(std::uint32_t width, std::uint32_t height, unsigned depth, uns
 }
 
 Bytes compressed(const Bytes& data, int level) {
-    uLongf size = compressBound(static_cast<uLong>(data.size()));
+    uLongf size = compressBound(data.size());
     Bytes out(size);
-    compress2(out.data(), &size, data.data(), static_cast<uLong>(data.size()), level);
+    compress2(out.data(), &size, data.data(), data.size(), level);
     out.resize(size);
     return out;
 }
 
 std::vector<Chunk> dataChunks(const Bytes& data, std::size_t size) {
     std::vector<Chunk> chunks;
-    for (std::size_t at = 0; at < data.size(); at += size) {
-        const auto from = data.begin() + static_cast<std::ptrdiff_t>(at);
-        const auto n = static_cast<std::ptrdiff_t>(std::min(size, data.size() - at));
-        chunks.push_back({"IDAT", Bytes(from, from + n)});
-    }
+    for (std::size_t at = 0; at < data.size(); at += size)
+        chunks.push_back({"IDAT", slice(data, at, std::min(size, data.size() - at))});
     return chunks;
 }
 

@@ -25,6 +25,9 @@ Bytes asBytes(const std::string& text);
 // The signature and the chunks.
 Bytes pngFile(const std::vector<Chunk>& chunks);
 
+// The same with a header chunk in front and IEND behind.
+Bytes pngFile(const Chunk& header, std::vector<Chunk> chunks);
+
 // The chunks of a sound file. Throws where it is not one.
 std::vector<Chunk> chunksOf(const Bytes& file);
 
@@ -37,6 +40,6 @@ Chunk headerChunk(std::uint32_t width, std::uint32_t height, unsigned depth, uns
 Bytes compressed(const Bytes& data, int level = 6);
 
 // Data cut into IDAT chunks of the given size.
-std::vector<Chunk> dataChunks(const Bytes& data, std::size_t size);
+std::vector<Chunk> dataChunks(const Bytes& data, std::size_t size = 8192);
 
 }  // namespace test

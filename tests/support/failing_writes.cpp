@@ -2,13 +2,10 @@
 
 #include <algorithm>
 
-#include "tests/support/import_write.h"
-
 namespace test {
 namespace {
 
-unsigned left;
-bool full;
+DWORD left;
 WriteFunction systemWriteFile;
 
 BOOL WINAPI writeWhatFits(HANDLE file, const void* source, DWORD count, DWORD* written,
@@ -16,9 +13,8 @@ BOOL WINAPI writeWhatFits(HANDLE file, const void* source, DWORD count, DWORD* w
     const DWORD position = SetFilePointer(file, 0, nullptr, FILE_CURRENT), size = GetFileSize(file, nullptr);
     const DWORD inside = position < size ? size - position : 0;
     const DWORD fresh = count > inside ? count - inside : 0;
-    const DWORD fits = std::min(fresh, static_cast<DWORD>(left));
+    const DWORD fits = std::min(fresh, left);
     left -= fits;
-    if (fits < fresh) full = true;
     return systemWriteFile(file, source, count - fresh + fits, written, overlapped);
 }
 
@@ -26,16 +22,11 @@ BOOL WINAPI writeWhatFits(HANDLE file, const void* source, DWORD count, DWORD* w
 
 FullDisk::FullDisk(unsigned freeBytes) {
     left = freeBytes;
-    full = false;
     systemWriteFile = importWriteFile(writeWhatFits);
 }
 
 FullDisk::~FullDisk() {
     importWriteFile(systemWriteFile);
-}
-
-bool FullDisk::wasFull() const {
-    return full;
 }
 
 }  // namespace test

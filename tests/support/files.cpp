@@ -3,9 +3,10 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace test {
@@ -28,38 +29,33 @@ bool TempFile::exists() const {
 }
 
 void writeFile(const std::string& name, const Bytes& bytes) {
-    FILE* file = std::fopen(name.c_str(), "wb");
-    if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
-        throw std::runtime_error("cannot write " + name);
-    std::fclose(file);
+    std::ofstream file(name, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!file.flush()) throw std::runtime_error("cannot write " + name);
 }
 
 Bytes readFile(const std::string& name) {
-    FILE* file = std::fopen(name.c_str(), "rb");
+    std::ifstream file(name, std::ios::binary);
     if (!file) throw std::runtime_error("cannot read " + name);
-    Bytes bytes;
-    std::uint8_t block[65536];
-    while (const std::size_t n = std::fread(block, 1, sizeof block, file))
-        bytes.insert(bytes.end(), block, block + n);
-    std::fclose(file);
-    return bytes;
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string corpusFile(const std::string& name) {
-    const char* corpus = std::getenv("ORN32_CORPUS");
-    if (!corpus) return "";
-    const std::string full = std::string(corpus) + "/" + name;
-    return GetFileAttributesA(full.c_str()) == INVALID_FILE_ATTRIBUTES ? "" : full;
+Bytes taken(void* buffer) {
+    const HGLOBAL block = GlobalHandle(buffer);
+    const auto* p = static_cast<const std::uint8_t*>(buffer);
+    const Bytes bytes(p, p + GlobalSize(block));
+    GlobalUnlock(block);
+    GlobalFree(block);
+    return bytes;
 }
 
 std::vector<std::string> corpusFiles(const std::string& folder, const std::string& extension) {
     std::vector<std::string> names;
-    const std::string full = corpusFile(folder);
-    if (full.empty()) return names;
-    for (const auto& entry : std::filesystem::directory_iterator(full)) {
-        const std::string name = entry.path().filename().string();
-        if (name.ends_with(extension)) names.push_back(full + "/" + name);
-    }
+    const char* corpus = std::getenv("ORN32_CORPUS");
+    std::error_code absent;
+    if (corpus)
+        for (const auto& entry : std::filesystem::directory_iterator(corpus + ("/" + folder), absent))
+            if (entry.path().extension() == extension) names.push_back(entry.path().generic_string());
     std::sort(names.begin(), names.end());
     return names;
 }

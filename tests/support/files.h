@@ -39,8 +39,11 @@ class TempFile {
 void writeFile(const std::string& name, const Bytes& bytes);
 Bytes readFile(const std::string& name);
 
+// The bytes of what a save to memory has made, which is released. There may be more of them than the file
+// has.
+Bytes taken(void* buffer);
+
 // Files of a corpus folder ("bmp", "png", ...) with full names, sorted; none where the corpus is absent.
 std::vector<std::string> corpusFiles(const std::string& folder, const std::string& extension);
-std::string corpusFile(const std::string& name);  // "" where absent
 
 }  // namespace test

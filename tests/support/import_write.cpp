@@ -1,4 +1,4 @@
-#include "tests/support/import_write.h"
+#include "tests/support/failing_writes.h"
 
 // The program's own entry for WriteFile in its import table.
 extern "C" void* importedWriteFile __asm__("__imp__WriteFile@20");

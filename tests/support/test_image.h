@@ -22,6 +22,12 @@ class TestImage {
     TestImage(unsigned width, unsigned height, unsigned bits, bool dibSection = false) {
         code_ = dibSection ? allocimage(&image, width, height, bits) : allocDIB(&image, width, height, bits);
     }
+    // Of a random size up to the given one, with random pixels and a random area.
+    TestImage(Random& random, unsigned width, unsigned height, unsigned bits, bool dibSection = false)
+        : TestImage{1 + random.below(width), 1 + random.below(height), bits, dibSection} {
+        randomise(random);
+        randomArea(random);
+    }
     ~TestImage() {
         if (code_ == 0) freeimage(&image);
     }
@@ -50,31 +56,29 @@ class TestImage {
     // A pixel as a number: bit, index, 16-bit grey, or blue | green << 8 | red << 16.
     unsigned pixel(int x, int y) const {
         const std::uint8_t* p = row(y);
-        switch (bitsPerPixel()) {
-            case 1:
-                return p[x / 8] >> (7 - x % 8) & 1;
-            case 8:
-                return p[x];
-            case 16:
-                return p[2 * x] | p[2 * x + 1] << 8;
-            default:
-                return p[3 * x] | p[3 * x + 1] << 8 | p[3 * x + 2] << 16;
-        }
+        const int bytes = static_cast<int>(bitsPerPixel()) / 8;
+        if (bytes == 0) return p[x / 8] >> (7 - x % 8) & 1;
+        unsigned value = 0;
+        for (int i = 0; i < bytes; i++) value |= static_cast<unsigned>(p[x * bytes + i]) << 8 * i;
+        return value;
     }
     void setPixel(int x, int y, unsigned value) {
         std::uint8_t* p = row(y);
-        switch (bitsPerPixel()) {
-            case 1:
-                p[x / 8] =
-                    static_cast<std::uint8_t>((p[x / 8] & ~(0x80 >> x % 8)) | (value ? 0x80 >> x % 8 : 0));
-                break;
-            case 8:
-                p[x] = static_cast<std::uint8_t>(value);
-                break;
-            default:
-                for (unsigned i = 0, n = bitsPerPixel() / 8; i < n; i++)
-                    p[static_cast<unsigned>(x) * n + i] = static_cast<std::uint8_t>(value >> 8 * i);
-        }
+        const int bytes = static_cast<int>(bitsPerPixel()) / 8, bit = 0x80 >> x % 8;
+        if (bytes == 0) p[x / 8] = static_cast<std::uint8_t>(value ? p[x / 8] | bit : p[x / 8] & ~bit);
+        for (int i = 0; i < bytes; i++) p[x * bytes + i] = static_cast<std::uint8_t>(value >> 8 * i);
+    }
+
+    // The same by the area's own coordinates.
+    unsigned areaPixel(int x, int y) const {
+        return pixel(static_cast<int>(image.left) + x, static_cast<int>(image.top) + y);
+    }
+    // Draws what the area has room for of a picture, whose pixels are pixel(x, y).
+    template <class Pixel>
+    void draw(int width, int height, Pixel pixel) {
+        const int left = static_cast<int>(image.left), top = static_cast<int>(image.top);
+        for (int y = 0; y < std::min(height, areaHeight()); y++)
+            for (int x = 0; x < std::min(width, areaWidth()); x++) setPixel(left + x, top + y, pixel(x, y));
     }
 
     // Random bytes everywhere, row padding included.
@@ -92,6 +96,16 @@ class TestImage {
         image.right = image.left + random.below(static_cast<unsigned>(width()) - image.left);
         image.top = random.below(static_cast<unsigned>(height()));
         image.bottom = image.top + random.below(static_cast<unsigned>(height()) - image.top);
+    }
+    // A colour as the DIB section itself has it.
+    Colour sectionColour(unsigned index) const {
+        RGBQUAD colour = {};
+        const HDC context = CreateCompatibleDC(nullptr);
+        const HGDIOBJ previous = SelectObject(context, image.hbitmap);
+        GetDIBColorTable(context, index, 1, &colour);
+        SelectObject(context, previous);
+        DeleteDC(context);
+        return {colour.rgbBlue, colour.rgbGreen, colour.rgbRed};
     }
     int areaWidth() const { return static_cast<int>(image.right - image.left) + 1; }
     int areaHeight() const { return static_cast<int>(image.bottom - image.top) + 1; }
