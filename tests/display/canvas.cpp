@@ -28,10 +28,15 @@ std::uint32_t colourOf(const RGBQUAD& entry) {
     return static_cast<std::uint32_t>(entry.rgbRed << 16 | entry.rgbGreen << 8 | entry.rgbBlue);
 }
 
-std::uint32_t colourOf(const imgdes& image, int x, int y) {
+std::uint32_t pixelOf(const imgdes& image, int x, int y) {
     const BYTE* const row = image.bits + static_cast<UINT>(image.header->biHeight - 1 - y) * image.rowbytes;
     if (image.header->biBitCount == 24) return row[3 * x] | row[3 * x + 1] << 8 | row[3 * x + 2] << 16;
-    return colourOf(image.palette[image.header->biBitCount == 8 ? row[x] : row[x / 8] >> (7 - x % 8) & 1]);
+    return image.header->biBitCount == 8 ? row[x] : row[x / 8] >> (7 - x % 8) & 1;
+}
+
+std::uint32_t colourOf(const imgdes& image, int x, int y) {
+    const std::uint32_t pixel = pixelOf(image, x, y);
+    return image.header->biBitCount == 24 ? pixel : colourOf(image.palette[pixel]);
 }
 
 Pixels picturedOn(const Pixels& canvas, SIZE client, const TestImage& image, std::int64_t x, std::int64_t y,

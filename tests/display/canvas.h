@@ -29,7 +29,8 @@ constexpr std::uint32_t backdrop = 0xC04080;
 Pixels blank(int width, int height);
 
 std::uint32_t colourOf(const RGBQUAD& entry);
-// The colour that a picture's pixel stands for.
+// A picture's pixel, and the colour that it stands for.
+std::uint32_t pixelOf(const imgdes& image, int x, int y);
 std::uint32_t colourOf(const imgdes& image, int x, int y);
 
 // A canvas on which image point (x, y) lies at client point (screenX, screenY), pixel by pixel.

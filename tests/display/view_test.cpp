@@ -52,8 +52,7 @@ Shown reduced(const Pixels& canvas, SIZE client, TestImage& image, std::int64_t 
     if (width <= 0 || height <= 0) return {canvas, {}};
     TestImage part(static_cast<unsigned>(width), static_cast<unsigned>(height), image.bitsPerPixel());
     TestImage few(static_cast<unsigned>(width), static_cast<unsigned>(height), 8);
-    for (int py = 0; py < height; py++)
-        for (int px = 0; px < width; px++) part.setPixel(px, py, image.pixel(left + px, top + py));
+    part.draw(width, height, [&](int px, int py) { return image.pixel(left + px, top + py); });
     std::copy_n(image->palette, image->palcolors, part->palette);
     EXPECT_EQ(reduceAs(mode, depth, part, few), 0);
     return {picturedOn(canvas, client, few, x - left, y - top, 0, 0), coloursOf(few.image)};

@@ -35,10 +35,7 @@ void roundTrip(const char* format, Picture& picture, int wanted, unsigned bits, 
     const int saved = save(&buffer, picture, options...);
     require(saved == wanted, format, saved);
     if (saved != 0) return;
-    const auto* bytes = static_cast<const std::uint8_t*>(buffer);
-    Bytes content(bytes, bytes + GlobalSize(GlobalHandle(buffer)));
-    GlobalUnlock(GlobalHandle(buffer));
-    GlobalFree(GlobalHandle(buffer));
+    Bytes content = test::taken(buffer);
     content.resize(std::max<std::size_t>(content.size(), 100));  // what is probed of a buffer
     Destination back(static_cast<unsigned>(picture.areaWidth()), static_cast<unsigned>(picture.areaHeight()),
                      bits, 0x55);
@@ -46,12 +43,9 @@ void roundTrip(const char* format, Picture& picture, int wanted, unsigned bits, 
     require(code == 0, format, code);
     back.requireMarginsUntouched();
     const unsigned mask = (1u << keptBits) - 1;
-    const auto pixel = [](const test::TestImage& image, int x, int y) {
-        return image.pixel(static_cast<int>(image.image.left) + x, static_cast<int>(image.image.top) + y);
-    };
     for (int y = 0; y < picture.areaHeight(); y++)
         for (int x = 0; x < picture.areaWidth(); x++)
-            require((pixel(picture, x, y) & mask) == (pixel(back, x, y) & mask), format);
+            require((picture.areaPixel(x, y) & mask) == (back.areaPixel(x, y) & mask), format);
 }
 
 }  // namespace

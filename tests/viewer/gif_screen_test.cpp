@@ -18,8 +18,11 @@ class PlainScreen {
 
     std::uint32_t after(int n, int x, int y) const {
         const Picture& frame = frames_[static_cast<std::size_t>(n)];
-        if (!covers(frame, x, y) || isHole(frame, x, y)) return before(n, x, y);
-        return colourOf(*frame.image(), x - frame.gif.left, y - frame.gif.top);
+        if (!covers(frame, x, y)) return before(n, x, y);
+        x -= frame.gif.left, y -= frame.gif.top;
+        const imgdes& image = *frame.image();
+        const bool isHole = static_cast<int>(pixelOf(image, x, y)) == frame.gif.transparent;
+        return isHole ? before(n, x + frame.gif.left, y + frame.gif.top) : colourOf(image, x, y);
     }
 
  private:
@@ -33,15 +36,6 @@ class PlainScreen {
         return x >= frame.gif.left && x < frame.gif.left + frame.image()->header->biWidth &&
                y >= frame.gif.top && y < frame.gif.top + frame.image()->header->biHeight;
     }
-    static bool isHole(const Picture& frame, int x, int y) {
-        const imgdes& image = *frame.image();
-        x -= frame.gif.left, y -= frame.gif.top;
-        const BYTE* const row =
-            image.bits + (image.header->biHeight - 1 - y) * static_cast<LONG>(image.rowbytes);
-        return frame.gif.transparent ==
-               (image.header->biBitCount == 8 ? row[x] : row[x / 8] >> (7 - x % 8) & 1);
-    }
-
     const std::vector<Picture>& frames_;
 };
 
@@ -57,15 +51,10 @@ std::vector<Picture> randomFrames(Random& random) {
             image.bits[i] = frame.bits() == 8 ? static_cast<BYTE>(random.below(4)) : random.byte();
         for (int i = 0; i < (frame.bits() == 8 ? 4 : 2); i++)
             image.palette[i] = {random.byte(), random.byte(), random.byte(), 0};
-        frame.gif = {true,
-                     random.between(0, 14),
-                     random.between(0, 12),
-                     screenWidth,
-                     screenHeight,
-                     0,
-                     random.between(0, 4),
-                     random.between(-1, 3),
-                     0};
+        frame.gif.known = true;
+        frame.gif.left = random.between(0, 14), frame.gif.top = random.between(0, 12);
+        frame.gif.screenWidth = screenWidth, frame.gif.screenHeight = screenHeight;
+        frame.gif.disposal = random.between(0, 4), frame.gif.transparent = random.between(-1, 3);
         frames.push_back(std::move(frame));
     }
     return frames;

@@ -74,8 +74,8 @@ struct Animation {
             EXPECT_EQ(savegifframeW(file.c_str(), frame, &global, &info, GIF_BITS(8)), 0);
         }
         for (const TestImage* frame : {&frames[0], &frames[1]})
-            for (int y = 0; y < frame->height(); y++)
-                for (int x = 0; x < frame->width(); x++) second.setPixel(x, y, colourOf(frame->image, x, y));
+            second.draw(frame->width(), frame->height(),
+                        [&](int x, int y) { return colourOf(frame->image, x, y); });
     }
     TestImage frames[3] = {{40, 30, 8}, {20, 10, 8}, {40, 30, 8}};
     TestImage second = {40, 30, 24};  // as it is meant to be seen
