@@ -53,10 +53,6 @@ Bytes thousandScans(unsigned first, unsigned last, unsigned approximation) {
     return file + Bytes{0xFF, 0xD9};
 }
 
-Bytes pngBomb() {
-    return pngFile({headerChunk(59, 1000000, 8, 0), {"IDAT", compressed(Bytes(60000000), 9)}, {"IEND", {}}});
-}
-
 Bytes manyChunks(const char* type) {
     std::vector<Chunk> chunks(300000, Chunk{type, {}});
     chunks.insert(chunks.begin(), headerChunk(1000, 1000, 8, 0));
@@ -81,17 +77,6 @@ Bytes endlessChain(bool comment) {
     return gif.bytes + chain;
 }
 
-Bytes hugeBitmap() {
-    BmpBuilder bmp;
-    bmp.width = bmp.height = 32767;
-    return bmp.build() + Bytes(64);
-}
-
-Bytes hugeGif() {
-    GifBuilder gif;
-    return gif.header(65535, 65535).descriptor(65535, 65535).raw({8, 1, 0}).bytes + Bytes(100);
-}
-
 double processorSeconds() {
     FILETIME made, ended, kernel, user;
     GetProcessTimes(GetCurrentProcess(), &made, &ended, &kernel, &user);
@@ -109,11 +94,9 @@ struct Bomb {
 };
 
 std::vector<Bomb> bombs() {
-    const auto bmp = [](const void* f, imgdes* i) { return loadbmpfrombuffer(f, i); };
-    const auto png = [](const void* f, imgdes* i) { return loadpngfrombuffer(f, i); };
-    const auto jpeg = [](const void* f, imgdes* i) { return loadjpgfrombuffer(f, i); };
+    const auto bmp = loadbmpfrombuffer, png = loadpngfrombuffer, jpeg = loadjpgfrombuffer,
+               gif = loadgiffrombuffer;
     const auto thumbnail = [](const void* f, imgdes* i) { return loadjpgthumbnailfrombuffer(f, i, 0); };
-    const auto gif = [](const void* f, imgdes* i) { return loadgiffrombuffer(f, i); };
     const auto frames = [](const void* f, imgdes*) {
         int count = 0;
         return gifframecountfrombuffer(f, &count);
@@ -122,15 +105,20 @@ std::vector<Bomb> bombs() {
         GifFrameInfo frame;
         return gifinfoframefrombuffer(f, nullptr, nullptr, &frame, 999999);
     };
+    BmpBuilder hugeBitmap;
+    hugeBitmap.width = hugeBitmap.height = 32767;
+    const Bytes hugeGif = GifBuilder().header(65535, 65535).descriptor(65535, 65535).raw({8, 1, 0}).bytes;
+    const Bytes zeros =
+        pngFile({headerChunk(59, 1000000, 8, 0), {"IDAT", compressed(Bytes(60000000), 9)}, {"IEND", {}}});
     const Bytes noPng = pngFile({headerChunk(0x7FFFFFFF, 0x7FFFFFFF, 8, 2), {"IEND", {}}}) + Bytes(64);
     const Bytes noScan = scan(0, 63, 0, 0) + Bytes(64), noDcScan = scan(0, 0, 0, 0) + Bytes(64);
     return {
-        {"BMP, 32767 x 32767, no pixels", hugeBitmap(), 24, 32, bmp},
+        {"BMP, 32767 x 32767, no pixels", hugeBitmap.build() + Bytes(64), 24, 32, bmp},
         {"PNG, 2 billion squared, no pixels", noPng, 24, 32, png},
-        {"PNG, 60 MB of zeros", pngBomb(), 8, 32, png},
+        {"PNG, 60 MB of zeros", zeros, 8, 32, png},
         {"PNG, 300 000 empty IDAT chunks", manyChunks("IDAT"), 8, 32, png},
         {"PNG, 300 000 unknown chunks", manyChunks("orNk"), 8, 32, png},
-        {"GIF, 65535 x 65535, no pixels", hugeGif(), 8, 32, gif},
+        {"GIF, 65535 x 65535, no pixels", hugeGif + Bytes(100), 8, 32, gif},
         {"GIF, a million frames, counted", manyFrames(), 8, 32, frames},
         {"GIF, a million frames, the last", manyFrames(), 8, 32, lastFrame},
         {"GIF, two million sub-blocks of comment", endlessChain(true), 8, 32, gif},

@@ -184,17 +184,12 @@ DWORD GetTempPathW(DWORD size, WCHAR* folder) {
     std::copy(name, name + n + 1, folder);
     return n;
 }
-UINT GetTempFileNameA(const char* folder, const char* prefix, UINT, char* name) {
-    std::snprintf(name, MAX_PATH, "%s/%sXXXXXX", folder, prefix);
-    const int fd = mkstemp(name);
+UINT GetTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT, WCHAR* name) {
+    std::string made = narrow(folder) + "/" + narrow(prefix) + "XXXXXX";
+    const int fd = mkstemp(made.data());
     if (fd < 0) return 0;
     close(fd);
-    return 1;
-}
-UINT GetTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT unique, WCHAR* name) {
-    char made[MAX_PATH];
-    if (!GetTempFileNameA(narrow(folder).c_str(), narrow(prefix).c_str(), unique, made)) return 0;
-    std::copy(made, made + std::strlen(made) + 1, name);
+    std::copy_n(made.c_str(), made.size() + 1, name);
     return 1;
 }
 

@@ -17,7 +17,6 @@ typedef unsigned int UINT;
 typedef unsigned int SIZE_T;
 typedef long LONG;
 typedef wchar_t WCHAR;
-typedef void* LPVOID;
 typedef void* HANDLE;
 typedef void* HGLOBAL;
 typedef void* HGDIOBJ;
@@ -41,70 +40,66 @@ typedef struct HPALETTE__* HPALETTE;
 
 // --- records -------------------------------------------------------------------------------------------------------
 
-typedef struct tagRECT {
+struct RECT {
     LONG left, top, right, bottom;
-} RECT;
+};
 
-typedef struct tagRGBTRIPLE {
+struct RGBTRIPLE {
     BYTE rgbtBlue, rgbtGreen, rgbtRed;
-} RGBTRIPLE;
+};
 
-typedef struct tagRGBQUAD {
+struct RGBQUAD {
     BYTE rgbBlue, rgbGreen, rgbRed, rgbReserved;
-} RGBQUAD;
+};
 
-typedef struct tagPALETTEENTRY {
+struct PALETTEENTRY {
     BYTE peRed, peGreen, peBlue, peFlags;
-} PALETTEENTRY;
+};
 
-typedef struct tagBITMAPINFOHEADER {
+struct BITMAPINFOHEADER {
     DWORD biSize;
     LONG biWidth, biHeight;
     WORD biPlanes, biBitCount;
     DWORD biCompression, biSizeImage;
     LONG biXPelsPerMeter, biYPelsPerMeter;
     DWORD biClrUsed, biClrImportant;
-} BITMAPINFOHEADER;
+};
 
-typedef struct tagBITMAPINFO {
+struct BITMAPINFO {
     BITMAPINFOHEADER bmiHeader;
     RGBQUAD bmiColors[1];
-} BITMAPINFO;
+};
 
 #pragma pack(push, 2)
-typedef struct tagBITMAPFILEHEADER {
+struct BITMAPFILEHEADER {
     WORD bfType;
     DWORD bfSize;
     WORD bfReserved1, bfReserved2;
     DWORD bfOffBits;
-} BITMAPFILEHEADER;
+};
 #pragma pack(pop)
 
-typedef struct VS_FIXEDFILEINFO {
+struct VS_FIXEDFILEINFO {
     DWORD dwSignature, dwStrucVersion, dwFileVersionMS, dwFileVersionLS;
-} VS_FIXEDFILEINFO;
+};
 
-typedef struct OVERLAPPED OVERLAPPED;
-typedef struct SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
+struct OVERLAPPED;
+struct SECURITY_ATTRIBUTES;
 
-typedef struct CRITICAL_SECTION {
+struct CRITICAL_SECTION {
     void* mutex;
-} CRITICAL_SECTION;
+};
 
-typedef struct MEMORY_BASIC_INFORMATION {
+struct MEMORY_BASIC_INFORMATION {
     void *BaseAddress, *AllocationBase;
     UINT RegionSize;
     DWORD State, Protect;
-} MEMORY_BASIC_INFORMATION;
+};
 
 #define BI_RGB 0
 #define BI_RLE8 1
 #define BI_RLE4 2
 #define BI_BITFIELDS 3
-
-#ifdef __cplusplus
-extern "C" {
-#endif
 
 // --- memory and pointers -------------------------------------------------------------------------------------------
 
@@ -159,7 +154,6 @@ BOOL DeleteFileW(const WCHAR* name);
 DWORD GetFileAttributesA(const char* name);
 DWORD GetTempPathA(DWORD size, char* folder);
 DWORD GetTempPathW(DWORD size, WCHAR* folder);
-UINT GetTempFileNameA(const char* folder, const char* prefix, UINT unique, char* name);
 UINT GetTempFileNameW(const WCHAR* folder, const WCHAR* prefix, UINT unique, WCHAR* name);
 
 // --- process, locks, versions --------------------------------------------------------------------------------------
@@ -172,12 +166,12 @@ void* InterlockedCompareExchangePointer(void** target, void* exchange, void* com
 
 LONG InterlockedExchangeAdd(LONG volatile* target, LONG value);
 
-typedef struct SLIST_ENTRY {
+struct SLIST_ENTRY {
     struct SLIST_ENTRY* Next;
-} SLIST_ENTRY;
-typedef struct SLIST_HEADER {
+};
+struct SLIST_HEADER {
     SLIST_ENTRY* first;
-} SLIST_HEADER;
+};
 SLIST_ENTRY* InterlockedPushEntrySList(SLIST_HEADER* list, SLIST_ENTRY* entry);
 SLIST_ENTRY* InterlockedPopEntrySList(SLIST_HEADER* list);
 
@@ -210,7 +204,3 @@ UINT GetDIBColorTable(HDC dc, UINT first, UINT count, RGBQUAD* colours);
 HPALETTE CreateHalftonePalette(HDC dc);
 UINT GetPaletteEntries(HPALETTE palette, UINT first, UINT count, PALETTEENTRY* entries);
 DWORD GetGuiResources(HANDLE process, DWORD which);
-
-#ifdef __cplusplus
-}
-#endif
