@@ -18,11 +18,11 @@ void keep(const char* target, const Bytes& file) {
     seeds[target].push_back(file);
 }
 
-// Keeps what save(buffer) makes, if it can.
-template <class Save>
-void keepSaved(const char* target, Save save) {
+// Keeps what a call makes of a picture, if it can.
+template <class Save, class... Options>
+void keepSaved(const char* target, Save save, TestImage& image, Options... options) {
     void* buffer = nullptr;
-    if (save(&buffer) == 0) keep(target, taken(buffer));
+    if (save(&buffer, image, options...) == 0) keep(target, taken(buffer));
 }
 
 void savedFiles(Random& random) {
@@ -30,14 +30,12 @@ void savedFiles(Random& random) {
         TestImage image(21, 13, bits);
         image.randomise(random);
         if (bits < 24) image.randomisePalette(random);
-        for (const int rle : {0, 1})
-            keepSaved("bmp", [&](void** buffer) { return savebmptobuffer(buffer, image, rle); });
+        for (const int rle : {0, 1}) keepSaved("bmp", savebmptobuffer, image, rle);
         for (const UINT flags : {0u, 1u, 2u, 4u, 0x30001u})
-            keepSaved("gif", [&](void** buffer) { return savegiftobufferex(buffer, image, flags, 1); });
-        for (int option = 0; option < 12; option++)
-            keepSaved("png", [&](void** buffer) { return savepngtobuffer(buffer, image, option); });
+            keepSaved("gif", savegiftobufferex, image, flags, 1);
+        for (int option = 0; option < 12; option++) keepSaved("png", savepngtobuffer, image, option);
         for (const UINT option : {0u, 1u, 2u, 0x10u, 0x11u, 0x12u})
-            keepSaved("jpeg", [&](void** buffer) { return savejpgtobufferex(buffer, image, 60, option); });
+            keepSaved("jpeg", savejpgtobufferex, image, 60, option);
     }
 }
 
@@ -92,12 +90,10 @@ void pngs(Random& random) {
 void jpegs(Random& random) {
     for (const char* sampling : {"11", "11,11,11", "22,11,11", "21,11,11", "12,11,11", "11,11,11,11",
                                  "22,11,11,22", "11,22,12", "41,11,11"})
-        for (const int plan : {0, 1, 2})
+        for (const auto plan : {oneScan, separateScans, progressiveScans})
             for (const unsigned restart : {0u, 2u}) {
                 CoefPicture picture = randomPicture(random, 37, 29, sampling, restart != 0);
-                StreamPlan stream = plan == 0   ? oneScan(picture)
-                                    : plan == 1 ? separateScans(picture)
-                                                : progressiveScans(picture);
+                StreamPlan stream = plan(picture);
                 stream.restartInterval = restart;
                 if (picture.components.size() == 4) stream.adobeTransform = 2;
                 keep("jpeg", encode(picture, stream, random));
