@@ -148,12 +148,9 @@ TEST(GifSave, WritesTheOptionsOfEveryKindOfArea) {
 TEST(GifSave, LargePicturesComeInBatches) {
     Random random(2);
     constexpr unsigned batch = 128 * 254 + 125;
-    for (const auto& [width, height, bits] : {std::tuple{300u, 260u, 8u},
-                                              {1000u, 90u, 1u},
-                                              {254u, 129u, 8u},
-                                              {batch, 1u, 8u},
-                                              {batch - 1, 1u, 8u},
-                                              {batch - 2, 1u, 8u}}) {
+    const unsigned sizes[][3] = {{300, 260, 8}, {1000, 90, 1},     {254, 129, 8},
+                                 {batch, 1, 8}, {batch - 1, 1, 8}, {batch - 2, 1, 8}};
+    for (const auto& [width, height, bits] : sizes) {
         TestImage image(width, height, bits);
         image.randomise(random);
         image->palcolors = 2;
