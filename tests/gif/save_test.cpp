@@ -242,22 +242,6 @@ TEST(GifFrames, TheNewFrameTakesThePlaceOfTheTrailerAndWhatFollowsIt) {
     }
 }
 
-TEST(GifFrames, AFullDiskLeavesTheFileAsItWas) {
-    TestImage image(300, 200, 8);
-    Records r;
-    const TempFile file(".gif");
-    ASSERT_EQ(r.save(file, image), 0);
-    const Bytes old = readFile(file.name());
-    // The frame goes to disk twice: into the temporary file, then behind the old bytes.
-    const unsigned frame = plainFrame(image, r).size() + 1;
-    for (const unsigned room : {frame - 1, frame, frame + 9000, 2 * frame - 2}) {
-        const FullDisk disk(room);
-        ASSERT_EQ(r.save(file, image), ERR_WRITE) << room;
-        ASSERT_EQ(readFile(file.name()), old) << room;
-        ASSERT_EQ(temporaryFiles(), 0) << room;
-    }
-}
-
 TEST(GifComment, IsWrittenByTheNextSaveThatSucceedsAndTheVersionStays) {
     TestImage image(20, 20, 8), true24(3, 3, 24);
     const TempFile file(".gif");
