@@ -62,18 +62,14 @@ TEST(AllocImage, RefusesAndClearsTheRecord) {
         EXPECT_EQ(allocate(&image, width, height, bits), code) << width << "x" << height << "x" << bits;
         EXPECT_TRUE(isCleared(image));
     };
+    const UINT tooLarge[][3] = {{0x7FFFFFFF, 2, 24}, {0x80000000, 1, 1},  {65536, 65536, 8},
+                                {~0u, ~0u, 24},      {0x55555556, 1, 24}, {65536, 32767, 24}};
     for (const auto allocate : {allocimage, allocDIB}) {
         for (const UINT bits : {0, 2, 32}) refuse(allocate, 5, 5, bits, ERR_BITS);
         refuse(allocate, 0, 0, 32, ERR_BITS);
         refuse(allocate, 0, 5, 8, ERR_RANGE);
         refuse(allocate, 5, 0, 4, ERR_RANGE);
-        for (const auto& [width, height, bits] : {std::tuple{0x7FFFFFFFu, 2u, 24u},
-                                                  {0x80000000u, 1u, 1u},
-                                                  {65536u, 65536u, 8u},
-                                                  {~0u, ~0u, 24u},
-                                                  {0x55555556u, 1u, 24u},
-                                                  {65536u, 32767u, 24u}})
-            refuse(allocate, width, height, bits, ERR_MEMORY);
+        for (const auto& [width, height, bits] : tooLarge) refuse(allocate, width, height, bits, ERR_MEMORY);
         const MemoryWatch watch(1);
         refuse(allocate, 10, 10, 8, ERR_MEMORY);
     }
@@ -179,12 +175,9 @@ TEST(CheckRange, TestsInOrderAndRepairsSwappedEdges) {
 }
 
 TEST(CheckRange, LimitsTheColumnsByBitCount) {
-    for (const auto& [width, height, bits, code] : {std::tuple{65535, 1, 1, 0},
-                                                    {65536, 1, 1, ERR_RANGE},
-                                                    {32768, 1, 8, 0},
-                                                    {32769, 1, 8, ERR_RANGE},
-                                                    {1, 32768, 8, 0},
-                                                    {1, 32769, 1, ERR_RANGE}}) {
+    const int cases[][4] = {{65535, 1, 1, 0},         {65536, 1, 1, ERR_RANGE}, {32768, 1, 8, 0},
+                            {32769, 1, 8, ERR_RANGE}, {1, 32768, 8, 0},         {1, 32769, 1, ERR_RANGE}};
+    for (const auto& [width, height, bits, code] : cases) {
         TestImage image(width, height, bits);
         EXPECT_EQ(checkrange1_(image), code) << image.describe();
     }

@@ -117,17 +117,13 @@ TEST(BmpLoad, FileAndImageMustAgree) {
     for (const auto& [fileBits, imageBits] :
          {std::pair{4, 1}, {4, 24}, {1, 8}, {24, 8}, {16, 8}, {32, 16}, {2, 8}, {0, 24}, {64, 24}})
         expect(4, fileBits, BI_RGB, imageBits, ERR_BITS);
-    for (const auto& [fileBits, compression, imageBits] : {std::tuple{4, 1u, 8},
-                                                           {8, 2u, 8},
-                                                           {8, 3u, 8},
-                                                           {16, 1u, 24},
-                                                           {24, 4u, 24},
-                                                           {32, 5u, 24},
-                                                           {1, 12u, 1},
-                                                           {1, 0xFFFFFFFCu, 1}})
+    const unsigned unsupported[][3] = {{4, 1, 8},   {8, 2, 8},   {8, 3, 8},  {16, 1, 24},
+                                       {24, 4, 24}, {32, 5, 24}, {1, 12, 1}, {1, 0xFFFFFFFC, 1}};
+    for (const auto& [fileBits, compression, imageBits] : unsupported)
         expect(4, fileBits, compression, imageBits, ERR_UNSUPPORTED);
     for (const auto& [bits, compression] : {std::pair{1, BI_BITFIELDS}, {24, BI_RLE4}, {1, BI_RLE8}})
         expect(4, bits, compression, bits, 0);
+    expect(-4, 8, BI_RLE8, 8, ERR_UNSUPPORTED);
     for (const int width : {0x3F000044, 0x7FFFFFFF}) expect(width, 24, BI_RGB, 24, ERR_MEMORY);
 }
 
@@ -195,11 +191,12 @@ TEST(BmpLoad, ColoursFollowTheFile) {
     BmpBuilder file{
         .width = 2, .height = 2, .bits = 8, .colours = 4, .palette = grey4, .gap = 60, .pixels = Bytes(8)};
     file.palette[3] = 99;  // a reserved byte, which is not taken over
-    TestImage image(2, 2, 8), one(2, 2, 1), true24(2, 2, 24);
+    TestImage image(2, 2, 8, true), one(2, 2, 1), true24(2, 2, 24);
     ASSERT_EQ(load(file.build(), image), 0);
     EXPECT_EQ(image->palcolors, 4);
     EXPECT_EQ(image->imgkind, 0u);  // greys, but not the ramp of 8 bits
     EXPECT_EQ(image->palette[3].rgbRed, 255);
+    EXPECT_EQ(image.sectionColour(1), (Colour{85, 85, 85}));
     EXPECT_EQ(image->palette[0].rgbReserved, 0);
 
     // A 1-bit image has room for two entries, whatever the file holds; its pixels follow at once.

@@ -125,26 +125,16 @@ TEST(PngInfo, ResolutionIsReadFromItsChunk) {
 }
 
 TEST(PngInfo, EveryFaultOfTheHeaderHasItsDetail) {
-    for (const auto& [at, value, detail] : {std::tuple{8, 3, -103},
-                                            {8, 0, -103},
-                                            {8, 32, -103},
-                                            {9, 1, -104},
-                                            {9, 5, -104},
-                                            {9, 7, -104},
-                                            {8, 4, -105},
-                                            {12, 2, -106},
-                                            {10, 1, -107},
-                                            {11, 1, -108}}) {
+    const int faults[][3] = {{8, 3, -103}, {8, 0, -103}, {8, 32, -103}, {9, 1, -104},  {9, 5, -104},
+                             {9, 7, -104}, {8, 4, -105}, {12, 2, -106}, {10, 1, -107}, {11, 1, -108}};
+    for (const auto& [at, value, detail] : faults) {
         Chunk header = rgbHeader;
         header.data[at] = static_cast<std::uint8_t>(value);
         EXPECT_EQ(detailOf(fileWith(header)), detail) << "byte " << at << " is " << value;
     }
-    for (const auto& [width, height, depth, type, detail] : {std::tuple{0, 7, 8, 2, -109},
-                                                             {13, 0, 3, 1, -109},
-                                                             {13, 7, 3, 1, -103},
-                                                             {-1, -1, 255, 255, -103},
-                                                             {1, 1, 16, 3, -105},
-                                                             {1, 1, 4, 4, -105}})
+    const int headers[][5] = {{0, 7, 8, 2, -109},       {13, 0, 3, 1, -109}, {13, 7, 3, 1, -103},
+                              {-1, -1, 255, 255, -103}, {1, 1, 16, 3, -105}, {1, 1, 4, 4, -105}};
+    for (const auto& [width, height, depth, type, detail] : headers)
         EXPECT_EQ(detailOf(fileWith(headerChunk(width, height, depth, type))), detail)
             << width << "x" << height << " depth " << depth << " type " << type;
     for (const Bytes& data : {rgbHeader.data + Bytes{0}, Bytes{}})

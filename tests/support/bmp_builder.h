@@ -20,30 +20,21 @@ struct BmpBuilder {
 
     std::vector<std::uint8_t> build() const {
         std::vector<std::uint8_t> file;
-        const auto put = [&](std::uint32_t value, int bytes) {
-            for (int i = 0; i < bytes; i++) file.push_back(static_cast<std::uint8_t>(value >> 8 * i));
+        const auto put = [&](int bytes, auto... values) {
+            for (const std::uint32_t value : {static_cast<std::uint32_t>(values)...})
+                for (int i = 0; i < bytes; i++) file.push_back(static_cast<std::uint8_t>(value >> 8 * i));
         };
         const bool core = headerSize <= 12;
         const std::size_t headBytes = core ? 12 : headerSize < 40 ? 40 : headerSize;
         const std::size_t pixelsAt =
             14 + (headBytes > 40 ? headBytes : headBytes + masks.size() * 4) + palette.size() + gap;
-        put(0x4D42, 2);
-        put(static_cast<std::uint32_t>(pixelsAt + pixels.size()), 4);
-        put(0, 4);
-        put(static_cast<std::uint32_t>(pixelsAt), 4);
-        put(headerSize, 4);
-        put(static_cast<std::uint32_t>(width), core ? 2 : 4);
-        put(static_cast<std::uint32_t>(height), core ? 2 : 4);
-        put(1, 2);
-        put(bits, 2);
+        put(2, 0x4D42);
+        put(4, pixelsAt + pixels.size(), 0, pixelsAt, headerSize);
+        put(core ? 2 : 4, width, height);
+        put(2, 1, bits);
         if (!core) {
-            put(compression, 4);
-            put(0, 4);
-            put(2835, 4);
-            put(2835, 4);
-            put(colours, 4);
-            put(0, 4);
-            for (const std::uint32_t mask : masks) put(mask, 4);
+            put(4, compression, 0, 2835, 2835, colours, 0);
+            for (const std::uint32_t mask : masks) put(4, mask);
             if (headBytes > 40) file.resize(14 + headBytes);
         }
         file.insert(file.end(), palette.begin(), palette.end());

@@ -15,17 +15,13 @@ int liveBlocks, allocationCount, failingAllocation;
 bool failsForGood;
 
 void* take(UINT size, int fill) {
-    allocationCount++;
-    if (failingAllocation &&
-        (allocationCount == failingAllocation || (failsForGood && allocationCount > failingAllocation)))
-        return nullptr;
+    const int later = ++allocationCount - failingAllocation;
+    if (failingAllocation && (later == 0 || (failsForGood && later > 0))) return nullptr;
     // Headers that lie ask for any amount: a modest machine says no, and tests stay fast.
-    if (size > largestBlock) return nullptr;
-    void* block = allocateGuarded(size);
+    void* block = size > largestBlock ? nullptr : allocateGuarded(size);
     if (!block) return nullptr;
-    std::memset(block, fill, size);
     liveBlocks++;
-    return block;
+    return std::memset(block, fill, size);
 }
 
 void* __cdecl alloc(UINT size) {
