@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "jpeg/huffman_optimise.h"
-#include "tests/jpeg/plain_encoder.h"
+#include "tests/jpeg/plain_jpeg.h"
 
 using namespace test;
 

@@ -3,9 +3,9 @@
 
 #include <functional>
 
-#include "tests/jpeg/stream_builder.h"
+#include "tests/jpeg/plain_jpeg.h"
+#include "tests/process/pictures.h"
 #include "tests/support/guarded.h"
-#include "tests/support/test_image.h"
 
 using namespace test;
 
@@ -57,7 +57,7 @@ const Flaw flaws[] = {
     {"quantiser behind the scan only", false, -106,
      [](Bytes& s) {
          const std::size_t at = find(s, dqt);
-         const Bytes table(s.begin() + static_cast<int>(at), s.begin() + static_cast<int>(at) + 69);
+         const Bytes table = slice(s, at, 69);
          eraseSegment(s, dqt);
          s = s + table;
      }},
@@ -107,13 +107,14 @@ Bytes codes(std::uint8_t kind, const Bytes& counts, const Bytes& symbols) {
     return segment(0xC4, Bytes{kind} + counts + Bytes(16 - counts.size()) + symbols);
 }
 
+int load(const Bytes& stream, imgdes* image) {
+    return loadjpgfrombuffer(GuardedBytes(stream).data(), image);
+}
+
 void expectLoads(const Bytes& stream, const CoefPicture& picture) {
     TestImage image(picture.width, picture.height, 24);
-    ASSERT_EQ(loadjpgfrombuffer(GuardedBytes(stream).data(), image), 0) << jpeggeterror();
-    const PlainPlanes planes = decodePlainly(picture);
-    for (int y = 0; y < image.height(); y++)
-        for (int x = 0; x < image.width(); x++)
-            ASSERT_EQ(image.pixel(x, y), plainPixel(planes, Colours::ycbcr, x, y)) << x << "," << y;
+    ASSERT_EQ(load(stream, image), 0) << jpeggeterror();
+    EXPECT_EQ(wholePicture(image).pixels, plainPixels(picture));
 }
 
 }  // namespace
@@ -124,7 +125,7 @@ TEST(JpegFlaws, EachHasItsCodes) {
         Bytes stream = sampleStream(flaw.progressive, picture);
         flaw.make(stream);
         TestImage image(40, 40, 24);
-        EXPECT_EQ(loadjpgfrombuffer(GuardedBytes(stream).data(), image), code) << flaw.name;
+        EXPECT_EQ(load(stream, image), code) << flaw.name;
         EXPECT_EQ(jpeggeterror(), flaw.detail) << flaw.name;
     };
     for (const Flaw& flaw : flaws) expectCodes(flaw, ERR_BAD_JPEG);
@@ -133,12 +134,12 @@ TEST(JpegFlaws, EachHasItsCodes) {
 
 TEST(JpegFlaws, TheImageMustSuitTheFrame) {
     CoefPicture picture;
-    const GuardedBytes source(sampleStream(false, picture));
+    const Bytes source = sampleStream(false, picture);
     TestImage eight(40, 40, 8), one(40, 40, 1), big(40, 40, 24);
-    EXPECT_EQ(loadjpgfrombuffer(source.data(), eight), ERR_BITS);
-    EXPECT_EQ(loadjpgfrombuffer(source.data(), one), ERR_BITS);
+    EXPECT_EQ(load(source, eight), ERR_BITS);
+    EXPECT_EQ(load(source, one), ERR_BITS);
     big->bottom = 40;
-    EXPECT_EQ(loadjpgfrombuffer(source.data(), big), ERR_RANGE);
+    EXPECT_EQ(load(source, big), ERR_RANGE);
     EXPECT_EQ(loadjpgfrombuffer(nullptr, big), ERR_RANGE) << "the image comes first";
 }
 
@@ -158,7 +159,7 @@ TEST(JpegFlaws, TablesOfAnEarlierScanStillCount) {
     picture.components[2].blocks = picture.components[1].blocks;
     Bytes stream = encode(picture, separateScans(picture), random);
     const std::size_t second = find(stream, 0xDA, 2), third = find(stream, 0xC4, 5);
-    Bytes again(stream.begin() + static_cast<int>(second), stream.begin() + static_cast<int>(third));
+    Bytes again = slice(stream, second, third - second);
     stream.resize(third);
     again[5] = 3;
     expectLoads(stream + again + Bytes{0xFF, 0xD9}, picture);
@@ -170,8 +171,8 @@ TEST(JpegFlaws, PlanesThatNeverComeAreMissed) {
     Bytes stream = encode(picture, separateScans(picture), random);
     stream.resize(find(stream, 0xC4, 5));
     TestImage image(20, 20, 24);
-    EXPECT_EQ(loadjpgfrombuffer(GuardedBytes(stream + Bytes{0xFF, 0xD9}).data(), image), ERR_NO_DATA);
-    EXPECT_EQ(loadjpgfrombuffer(GuardedBytes(stream).data(), image), ERR_TRUNCATED);
+    EXPECT_EQ(load(stream + Bytes{0xFF, 0xD9}, image), ERR_NO_DATA);
+    EXPECT_EQ(load(stream, image), ERR_TRUNCATED);
 }
 
 TEST(JpegFlaws, ACodeThatDoesNotExistIsATruncation) {
@@ -184,9 +185,8 @@ TEST(JpegFlaws, ACodeThatDoesNotExistIsATruncation) {
     }
     eraseSegment(stream, 0xC4, 2);
     insert(stream, find(stream, 0xDA), codes(0x10, {0, 1}, {0x01}));
-    const GuardedBytes source(stream);
     TestImage image(40, 40, 24);
-    EXPECT_EQ(loadjpgfrombuffer(source.data(), image), ERR_TRUNCATED);
+    EXPECT_EQ(load(stream, image), ERR_TRUNCATED);
     EXPECT_EQ(jpeggeterror(), -105);
 }
 
@@ -209,15 +209,12 @@ TEST(JpegFlaws, ARunBeyondTheBlockEndsItBeforeItsValue) {
          "0 00 00 00 1100000000000  10 1 10", 136},
     };
     for (const auto& c : cases) {
-        Symbol all{Symbol::onlyBits, 0, {}};
-        for (const char* bit = c.bits; *bit; bit++)
-            if (*bit != ' ') all.bits.push_back(*bit == '1');
+        Symbol all{Symbol::onlyBits, 0, c.bits};
+        std::erase(all.bits, ' ');
         Bytes stream = frame + c.table + scan + entropyCoded({all}, {}) + Bytes{0xFF, 0xD9};
         stream.resize(std::max<std::size_t>(stream.size(), 100), 0);
         TestImage image(16, 8, 8);
-        ASSERT_EQ(loadjpgfrombuffer(GuardedBytes(stream).data(), image), 0)
-            << c.bits << " " << jpeggeterror();
-        EXPECT_EQ(image.pixel(0, 0), 128u) << c.bits;
-        EXPECT_EQ(image.pixel(8, 0), c.second) << c.bits;
+        ASSERT_EQ(load(stream, image), 0) << c.bits << " " << jpeggeterror();
+        EXPECT_EQ(std::pair(image.pixel(0, 0), image.pixel(8, 0)), std::pair(128u, c.second)) << c.bits;
     }
 }
