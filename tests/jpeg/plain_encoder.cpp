@@ -5,6 +5,8 @@
 #include <set>
 #include <tuple>
 
+#include "jpeg/huffman_codes.h"
+
 namespace test {
 namespace {
 
@@ -89,29 +91,10 @@ StreamPlan planOf(const CoefPicture& picture, Coding coding) {
     return plan;
 }
 
-// The values of the usual AC tables have a pattern only in their ends, so that they are spelled out.
+// The library's own tables; that they are T.81's is seen by other decoders and by pinned files.
 HuffmanTable standardTable(unsigned which) {
-    static const Bytes counts[4] = {{0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0},
-                                    {0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0},
-                                    {0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
-                                    {0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 4, 0, 1, 2, 119}};
-    // The codes of up to 15 bits; those of 16 bits follow in the order of their symbols.
-    static const Bytes shortOnes[4] = {
-        {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11},
-        {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11},
-        {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13,
-         0x51, 0x61, 0x07, 0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42,
-         0xB1, 0xC1, 0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33, 0x62, 0x72, 0x82},
-        {0x00, 0x01, 0x02, 0x03, 0x11, 0x04, 0x05, 0x21, 0x31, 0x06, 0x12, 0x41, 0x51, 0x07, 0x61,
-         0x71, 0x13, 0x22, 0x32, 0x81, 0x08, 0x14, 0x42, 0x91, 0xA1, 0xB1, 0xC1, 0x09, 0x23, 0x33,
-         0x52, 0xF0, 0x15, 0x62, 0x72, 0xD1, 0x0A, 0x16, 0x24, 0x34, 0xE1, 0x25, 0xF1}};
-    Bytes values = shortOnes[which];
-    for (int symbol = 1; which >= 2 && symbol < 256; symbol++) {
-        const bool exists = symbol % 16 >= 1 && symbol % 16 <= 10;
-        if (exists && std::count(shortOnes[which].begin(), shortOnes[which].end(), symbol) == 0)
-            values.push_back(std::uint8_t(symbol));
-    }
-    return {counts[which], values};
+    const auto& own = which < 2 ? orn32::jpeg::standardDc[which] : orn32::jpeg::standardAc[which - 2];
+    return {Bytes(std::begin(own.counts), std::end(own.counts)), Bytes(own.values, own.values + own.total())};
 }
 
 // Code lengths by symbol (0: no code), as T.81 K.2 has it.
