@@ -47,15 +47,27 @@ TEST(JpegStoredThumbnail, IsScaledIntoTheAreaInItsShapeWithItsPalette) {
         const Bytes indices(pixels.pixels.begin(), pixels.pixels.end());
         const Bytes contents =
             bits == 24 ? triples(pixels.pixels) : triples(paletteColours(stored.image)) + indices;
-        const GuardedBytes source(streamWith(
-            kind == 0x10 ? jfif(0, 80, 60, contents) : jfxx(kind, 80, 60, contents), picture, random));
+        const Bytes segments = kind == 0x10 ? jfif(0, 80, 60, contents) : jfxx(kind, 80, 60, contents);
+        const GuardedBytes source(streamWith(segments, picture, random));
+        const TempFile file(".jpg");
+        writeFile(file.name(), Bytes(source.data(), source.data() + source.size()));
         for (const auto& c : cases) {
             SCOPED_TRACE(std::to_string(c.areaWidth) + "x" + std::to_string(c.areaHeight));
             TestImage image(c.areaWidth + 7, c.areaHeight + 5, bits);
             image.randomise(random);
             TestImage want(image);
             setimagearea(image, 3, 2, c.areaWidth + 2, c.areaHeight + 1);
-            ASSERT_EQ(loadjpgthumbnailfrombuffer(source.data(), image, 0), c.height ? 0 : ERR_RANGE);
+            const auto load = [&] {
+                switch (random.below(3)) {
+                    case 0:
+                        return loadjpgthumbnail(file.name(), image, 0);
+                    case 1:
+                        return loadjpgthumbnailW(file.wideName(), image, 0);
+                    default:
+                        return loadjpgthumbnailfrombuffer(source.data(), image, 0);
+                }
+            };
+            ASSERT_EQ(load(), c.height ? 0 : ERR_RANGE);
             EXPECT_EQ(std::pair(image->right, image->bottom), std::pair(c.areaWidth + 2, c.areaHeight + 1));
             setimagearea(want, 3, 2, 2 + c.width, 1 + c.height);
             ASSERT_TRUE(!c.height || orn32::resizeimage_(stored, want, 0) == 0);
