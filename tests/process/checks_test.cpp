@@ -178,6 +178,8 @@ TEST(Checks, TheFirstThingThatIsWrongIsReported) {
         << "colours are read before all else";
     EXPECT_EQ(pixellize(2, pal, rgb), ERR_BITS) << "on the way back from RGB";
     EXPECT_EQ(pixellize(2, pal, bare), ERR_RANGE);
+    EXPECT_EQ(pixellize(2, pal, with(pal.image, withoutHeader)), ERR_RANGE);
+    EXPECT_EQ(pixellize(2, pal, nullptr), ERR_RANGE);
 
     EXPECT_EQ(orn32::resizeimage_(pal, rgb, 0), ERR_BITS);
     EXPECT_EQ(orn32::resizeimage_(with(pal.image, everywhere), grey, 1), ERR_RANGE);
