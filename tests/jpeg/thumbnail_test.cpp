@@ -33,7 +33,7 @@ TEST(JpegStoredThumbnail, IsScaledIntoTheAreaInItsShapeWithItsPalette) {
     struct {
         unsigned areaWidth, areaHeight, width, height;
     } const cases[] = {{40, 40, 40, 30},     {80, 60, 80, 60},  {40, 15, 20, 15}, {100, 60, 80, 60},
-                       {300, 300, 160, 120}, {300, 60, 80, 60}, {1, 100, 1, 0}};
+                       {300, 300, 160, 120}, {300, 60, 80, 60}, {41, 31, 41, 30}, {1, 100, 1, 0}};
     Random random(1);
     const CoefPicture picture = randomPicture(random, 160, 120, "21,11,11");
     for (const auto& [kind, bits, isGrey] : {std::tuple{0x10u, 24u, false},  // stands for one of JFIF itself
@@ -47,7 +47,10 @@ TEST(JpegStoredThumbnail, IsScaledIntoTheAreaInItsShapeWithItsPalette) {
         const Bytes indices(pixels.pixels.begin(), pixels.pixels.end());
         const Bytes contents =
             bits == 24 ? triples(pixels.pixels) : triples(paletteColours(stored.image)) + indices;
-        const Bytes segments = kind == 0x10 ? jfif(0, 80, 60, contents) : jfxx(kind, 80, 60, contents);
+        const Bytes junk = segment(0xE1, Bytes(65000));  // much before it, more than is read at once
+        const Bytes segments = kind == 0x13   ? junk + junk + jfxx(kind, 80, 60, contents)
+                               : kind == 0x10 ? jfif(0, 80, 60, contents)
+                                              : jfxx(kind, 80, 60, contents);
         const GuardedBytes source(streamWith(segments, picture, random));
         const TempFile file(".jpg");
         writeFile(file.name(), Bytes(source.data(), source.data() + source.size()));

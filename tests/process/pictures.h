@@ -190,7 +190,10 @@ struct Pair {
 
     void makeOne(Random& random) {
         destination.image = source.image;
-        if (random.oneIn(2)) destination.randomArea(random);
+        if (random.oneIn(3))
+            destination.randomArea(random);
+        else if (random.oneIn(2))  // a few rows further down
+            destination->top = std::min(destination->top + 1 + random.below(3), destination->bottom);
     }
     bool isOne() const { return destination.image.bits == source.image.bits; }
 
