@@ -85,15 +85,15 @@ constexpr int ditherMatrix[8][8] = {{0, 38, 9, 47, 2, 40, 11, 50},  {25, 12, 35,
                                     {7, 46, 4, 43, 7, 45, 3, 42},   {33, 20, 30, 17, 32, 19, 29, 16}};
 
 // Error diffusion over a whole picture that is kept in levels of 0 to 255. choose(pixel) says which index
-// a pixel gets and the colour that it shows then; part(error, weight) what a neighbour has to bear.
+// a pixel gets and the colour that it shows then; shareOf(error, weight) what a neighbour has to bear.
 struct Choice {
     unsigned index, shown;
 };
 struct Share {
     int dx, dy, weight;
 };
-template <class Choose, class Part>
-Grid diffuse(Grid picture, const std::vector<Share>& shares, Choose choose, Part part) {
+template <class Choose, class ShareOf>
+Grid diffuse(Grid picture, const std::vector<Share>& shares, Choose choose, ShareOf shareOf) {
     const auto chosen = [&](int x, int y) {
         const unsigned pixel = picture.at(x, y);
         const Choice choice = choose(pixel);
@@ -102,7 +102,7 @@ Grid diffuse(Grid picture, const std::vector<Share>& shares, Choose choose, Part
             unsigned& neighbour = picture.at(x + share.dx, y + share.dy);
             neighbour = byChannel([&](int c) {
                 const int error = channel(pixel, c) - channel(choice.shown, c);
-                return std::clamp(channel(neighbour, c) + part(error, share.weight), 0, 255);
+                return std::clamp(channel(neighbour, c) + shareOf(error, share.weight), 0, 255);
             });
         }
         return choice.index;
