@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/jpeg/stream_builder.h"
+#include "tests/jpeg/plain_jpeg.h"
 #include "tests/support/guarded.h"
 #include "tests/support/test_image.h"
 
@@ -13,11 +13,8 @@ namespace {
 const Bytes soi = {0xFF, 0xD8}, eoi = {0xFF, 0xD9};
 const Bytes sos = segment(0xDA, {3, 1, 0, 2, 0x11, 3, 0x11, 0, 63, 0});
 
-Bytes frame(std::uint8_t marker, std::uint8_t components) {
-    Bytes contents = {8, 0x01, 0x02, 0x03, 0x04, components};
-    for (std::uint8_t i = 1; i <= components; i++)
-        contents = contents + Bytes{i, static_cast<std::uint8_t>(i == 1 ? 0x21 : 0x11), 0};
-    return segment(marker, contents);
+Bytes frame(std::uint8_t marker, const char* sampling = "21,11,11") {
+    return frameSegment(makePicture(0x304, 0x102, sampling), marker);
 }
 
 // Sources must be readable for 100 bytes.
@@ -37,57 +34,47 @@ JpegInfoEx infoOf(const Bytes& stream, int wantCode = 0) {
 }  // namespace
 
 TEST(JpegInfo, ReadsTheFrame) {
-    const GuardedBytes source(padded(soi + frame(0xC2, 3) + sos));
-    JpegInfo info;
+    const GuardedBytes source(padded(soi + frame(0xC2) + sos));
+    JpegInfo info, want = {};
+    std::memset(&info, 0xEE, sizeof info);
+    want.ftype = 2, want.width = 0x304, want.height = 0x102, want.comps = 3, want.precision = 8;
+    want.sampfac[0] = 0x21, want.sampfac[1] = want.sampfac[2] = 0x11, want.vbitcount = 24;
     ASSERT_EQ(jpeginfofrombuffer(source.data(), &info), 0);
-    EXPECT_EQ(info.ftype, 2);
-    EXPECT_EQ(info.width, 0x304u);
-    EXPECT_EQ(info.height, 0x102u);
-    EXPECT_EQ(info.comps, 3u);
-    EXPECT_EQ(info.precision, 8u);
-    EXPECT_EQ(info.sampfac[0], 0x21u);
-    EXPECT_EQ(info.sampfac[2], 0x11u);
-    EXPECT_EQ(info.sampfac[3], 0u);
-    EXPECT_EQ(info.vbitcount, 24u);
-    EXPECT_EQ(infoOf(soi + frame(0xC0, 1) + sos).vbitcount, 8u);
+    EXPECT_EQ(std::memcmp(&info, &want, sizeof info), 0);
+    EXPECT_EQ(infoOf(soi + frame(0xC0, "11") + sos).vbitcount, 8u);
 }
 
 TEST(JpegInfo, KnowsWhichMarkersAreFrames) {
     for (unsigned code = 0xC0; code <= 0xCF; code++) {
         const bool isFrame = code <= 0xC3 || (code >= 0xC9 && code <= 0xCB);
-        const JpegInfoEx info = infoOf(soi + frame(static_cast<std::uint8_t>(code), 3) + sos);
-        EXPECT_EQ(info.ftype, isFrame ? static_cast<int>(code & 15) : -1) << std::hex << code;
+        const JpegInfoEx info = infoOf(soi + frame(std::uint8_t(code)) + sos);
+        EXPECT_EQ(info.ftype, isFrame ? int(code & 15) : -1) << std::hex << code;
     }
 }
 
-TEST(JpegInfo, PassesOverWhatItDoesNotKnow) {
+TEST(JpegInfo, RefusesWithWhatWasFoundSoFar) {
     const Bytes junk = segment(0xE5, {1, 2, 3}) + Bytes{0, 1, 2} + segment(0xFE, {0xFF, 0xDA}) +
                        Bytes{0xFF, 0xFF, 0xFF} + Bytes{0xFF, 0x01, 0xFF, 0xD3, 0xFF, 0x00, 0xFF, 0xD8};
-    EXPECT_EQ(infoOf(Bytes{1, 2, 3} + soi + junk + frame(0xC0, 3) + sos).width, 0x304u);
-}
-
-TEST(JpegInfo, NeedsNothingBehindTheScanMarker) {
-    EXPECT_EQ(infoOf(soi + Bytes(96 - 17, 0) + frame(0xC0, 3) + Bytes{0xFF, 0xDA}).ftype, 0);
-    EXPECT_EQ(infoOf(soi + Bytes{0xFF, 0xDA}).ftype, -1);
-}
-
-TEST(JpegInfo, RefusesWithWhatWasFoundSoFar) {
     struct {
-        const char* flaw;
+        const char* name;
         Bytes stream;
-        int detail, type;
+        int code, detail, type;
     } const cases[] = {
-        {"no image at the start", eoi + soi + frame(0xC0, 3) + sos, 0, -1},
-        {"fill byte at the start", Bytes{0xFF} + soi + frame(0xC0, 3) + sos, 0, -1},
-        {"end before a scan", soi + frame(0xC0, 3) + eoi, 0, 0},
-        {"no scan", soi + frame(0xC2, 3), -101, 2},
-        {"no markers", Bytes(100, 7), -101, -1},
-        {"segment cut", soi + frame(0xC0, 3) + Bytes{0xFF, 0xE1, 0x40}, -101, 0},
-        {"five components", soi + frame(0xC1, 5) + sos, -106, 1},
+        {"unknown segments, rubbish between them", Bytes{1, 2, 3} + soi + junk + frame(0xC2) + sos, 0, 0, 2},
+        {"nothing behind the scan marker", soi + Bytes(96 - 17, 0) + frame(0xC0) + Bytes{0xFF, 0xDA}, 0, 0,
+         0},
+        {"no frame", soi + Bytes{0xFF, 0xDA}, 0, 0, -1},
+        {"no image at the start", eoi + soi + frame(0xC0) + sos, ERR_BAD_JPEG, 0, -1},
+        {"fill byte at the start", Bytes{0xFF} + soi + frame(0xC0) + sos, ERR_BAD_JPEG, 0, -1},
+        {"end before a scan", soi + frame(0xC0) + eoi, ERR_BAD_JPEG, 0, 0},
+        {"no scan", soi + frame(0xC2), ERR_BAD_JPEG, -101, 2},
+        {"no markers", Bytes(100, 7), ERR_BAD_JPEG, -101, -1},
+        {"segment cut", soi + frame(0xC0) + Bytes{0xFF, 0xE1, 0x40}, ERR_BAD_JPEG, -101, 0},
+        {"five components", soi + frame(0xC1, "11,11,11,11,11") + sos, ERR_BAD_JPEG, -106, 1},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.flaw);
-        EXPECT_EQ(infoOf(c.stream, ERR_BAD_JPEG).ftype, c.type);
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(infoOf(c.stream, c.code).ftype, c.type);
         EXPECT_EQ(jpeggeterror(), c.detail);
     }
 }
@@ -106,10 +93,9 @@ TEST(JpegInfo, ShortBuffersAndMissingFilesAreTold) {
 
 TEST(JpegInfo, DensityInDotsPerCentimetreCountsAsNone) {
     for (unsigned units = 0; units < 4; units++) {
-        const JpegInfoEx info = infoOf(soi + jfif(units) + frame(0xC0, 3) + sos);
-        EXPECT_EQ(info.xdensity, units < 2 ? 300u : 0u) << units;
-        EXPECT_EQ(info.ydensity, units < 2 ? 72u : 0u) << units;
-        EXPECT_EQ(info.densunits, units < 2 ? units : 0u) << units;
+        const JpegInfoEx info = infoOf(soi + jfif(units) + frame(0xC0) + sos);
+        const auto want = units < 2 ? std::tuple(300u, 72u, units) : std::tuple(0u, 0u, 0u);
+        EXPECT_EQ(std::tuple(info.xdensity, info.ydensity, info.densunits), want) << units;
     }
 }
 
@@ -120,29 +106,27 @@ TEST(JpegInfo, FindsThumbnails) {
     struct {
         const char* name;
         Bytes segments;
-        unsigned found, width, height, bits, kind;
+        std::array<unsigned, 5> want;  // whether there is one, width, height, bits, kind
     } const cases[] = {
-        {"none", jfif(0), 0, 0, 0, 0, 0},
-        {"JFIF", jfif(0, 4, 3), 1, 4, 3, 24, 0x13},
-        {"JFIF without height", jfif(0, 4, 0), 0, 0, 0, 0, 0},
-        {"palette", jfif(0) + jfxx(0x11, 9, 8), 1, 9, 8, 8, 0x11},
-        {"RGB", jfif(0) + jfxx(0x13, 9, 8), 1, 9, 8, 24, 0x13},
-        {"RGB without width", jfif(0) + jfxx(0x13, 0, 8), 0, 0, 8, 24, 0x13},
-        {"JPEG-coded", jfif(0) + jfxx(0x10, 9, 8), 0, 0, 0, 24, 0x10},
-        {"JPEG-coded after JFIF", jfif(0, 4, 3) + jfxx(0x10, 9, 8), 1, 4, 3, 24, 0x10},
-        {"of a kind that does not exist", jfif(0) + jfxx(0x12, 9, 8), 0, 0, 0, 0, 0},
-        {"the first JFIF one counts", jfif(0, 4, 3) + jfif(0, 5, 6), 1, 4, 3, 24, 0x13},
-        {"an extension counts more", jfif(0, 4, 3) + jfxx(0x11, 9, 8), 1, 9, 8, 8, 0x11},
-        {"one that does not fit its segment", cut, 0, 0, 0, 0, 0},
+        {"none", jfif(0), {0, 0, 0, 0, 0}},
+        {"JFIF", jfif(0, 4, 3), {1, 4, 3, 24, 0x13}},
+        {"JFIF without height", jfif(0, 4, 0), {0, 0, 0, 0, 0}},
+        {"palette", jfif(0) + jfxx(0x11, 9, 8), {1, 9, 8, 8, 0x11}},
+        {"RGB", jfif(0) + jfxx(0x13, 9, 8), {1, 9, 8, 24, 0x13}},
+        {"RGB without width", jfif(0) + jfxx(0x13, 0, 8), {0, 0, 8, 24, 0x13}},
+        {"JPEG-coded", jfif(0) + jfxx(0x10, 9, 8), {0, 0, 0, 24, 0x10}},
+        {"JPEG-coded after JFIF", jfif(0, 4, 3) + jfxx(0x10, 9, 8), {1, 4, 3, 24, 0x10}},
+        {"of a kind that does not exist", jfif(0) + jfxx(0x12, 9, 8), {0, 0, 0, 0, 0}},
+        {"the first JFIF one counts", jfif(0, 4, 3) + jfif(0, 5, 6), {1, 4, 3, 24, 0x13}},
+        {"an extension counts more", jfif(0, 4, 3) + jfxx(0x11, 9, 8), {1, 9, 8, 8, 0x11}},
+        {"one that does not fit its segment", cut, {0, 0, 0, 0, 0}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const JpegInfoEx info = infoOf(soi + c.segments + frame(0xC0, 3) + sos);
-        EXPECT_EQ(info.thumbnail, c.found);
-        EXPECT_EQ(info.thumbwidth, c.width);
-        EXPECT_EQ(info.thumbheight, c.height);
-        EXPECT_EQ(info.thumbbits, c.bits);
-        EXPECT_EQ(info.thumbtype, c.kind);
+        const JpegInfoEx info = infoOf(soi + c.segments + frame(0xC0) + sos);
+        EXPECT_EQ((std::array<unsigned, 5>{info.thumbnail, info.thumbwidth, info.thumbheight, info.thumbbits,
+                                           info.thumbtype}),
+                  c.want);
     }
 }
 
@@ -156,15 +140,14 @@ TEST(JpegInfo, AdobeSegmentsCountByTheirVersion) {
                        {"Adobe", 100, 0, false}, {"Adobe", 0, 0x63, false}, {"Adobe", 0, 0x80, true},
                        {"Adobe", 1, 0x80, false}};
     Random random(1);
-    for (const auto& c : cases) {
-        CoefPicture picture = randomPicture(random, 8, 8, "11,11,11");
+    for (const auto& [name, high, low, counts] : cases) {
+        const CoefPicture picture = randomPicture(random, 8, 8, "11,11,11");
         StreamPlan plan = oneScan(picture);
-        Bytes contents(c.name, c.name + 5);
-        plan.segments = segment(0xEE, contents + Bytes{c.high, c.low, 0, 0, 0, 0, 0});
+        plan.segments = segment(0xEE, Bytes(name, name + 5) + Bytes{high, low, 0, 0, 0, 0, 0});
         TestImage image(8, 8, 24);
         ASSERT_EQ(loadjpgfrombuffer(GuardedBytes(encode(picture, plan, random)).data(), image), 0);
-        const PlainPlanes planes = decodePlainly(picture);
-        EXPECT_EQ(image.pixel(0, 0), plainPixel(planes, c.counts ? Colours::rgb : Colours::ycbcr, 0, 0))
-            << c.name << " " << int{c.high} << "." << int{c.low};
+        EXPECT_EQ(image.pixel(0, 0),
+                  plainPixel(decodePlainly(picture), counts ? Colours::rgb : Colours::ycbcr, 0, 0))
+            << name << " " << int{high} << "." << int{low};
     }
 }

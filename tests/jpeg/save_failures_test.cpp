@@ -3,10 +3,11 @@
 
 #include <set>
 
-#include "tests/jpeg/saved.h"
 #include "tests/support/failing_writes.h"
+#include "tests/support/files.h"
 #include "tests/support/guarded.h"
 #include "tests/support/memory_watch.h"
+#include "tests/support/test_image.h"
 
 using namespace test;
 
@@ -16,15 +17,11 @@ TEST(SaveJpegFailures, BadArgumentsAreReportedBeforeAnyFileIsTouched) {
     TestImage one(9, 9, 1), grey16(9, 9, 16), wrong(9, 9, 24), compressed(9, 9, 24), wide(32769, 1, 8);
     wrong->right = 9;
     compressed->header->biCompression = BI_RLE8;
-    struct {
-        imgdes* image;
-        int code;
-    } const cases[] = {{one, ERR_BITS},    {grey16, ERR_BITS},
-                       {wrong, ERR_RANGE}, {compressed, ERR_COMPRESSED},
-                       {wide, ERR_RANGE},  {nullptr, ERR_RANGE}};
-    for (const auto& c : cases)
-        for (const UINT options : {0u, 1u, 2u, 0x10u, 0x11u, 0x12u})
-            EXPECT_EQ(savejpgex(file.name(), c.image, 50, options), c.code);
+    for (imgdes* image : {&one.image, &grey16.image})
+        EXPECT_EQ(savejpgex(file.name(), image, 50, 0x10), ERR_BITS);
+    for (imgdes* image : {&wrong.image, &wide.image, static_cast<imgdes*>(nullptr)})
+        EXPECT_EQ(savejpgex(file.name(), image, 50, 0x10), ERR_RANGE);
+    EXPECT_EQ(savejpgex(file.name(), compressed, 50, 0x10), ERR_COMPRESSED);
     EXPECT_EQ(readFile(file.name()), (Bytes{1, 2, 3}));
     compressed->header->biCompression = 0;
 }
@@ -57,21 +54,15 @@ TEST(SaveJpegFailures, ABrokenOutputLeavesItsOwnDetail) {
 }
 
 TEST(SaveJpegFailures, AThumbnailOfMoreThanOneSegment) {
-    TestImage colour(300, 300, 24), grey(300, 300, 8);
     const TempFile file(".jpg");
-    struct {
-        imgdes* image;
-        UINT size;
-        int code;
-    } const cases[] = {{colour, 147, 0},  // 147 * 147 * 3 + 10 = 64837
-                       {colour, 148, ERR_THUMB_SIZE},
-                       {colour, 255, ERR_THUMB_SIZE},
-                       {grey, 254, 0},  // 254 * 254 + 778 = 65294
-                       {grey, 255, ERR_THUMB_SIZE}};
-    for (const auto& c : cases) {
-        ASSERT_EQ(jpegsetthumbnailsize(c.size), 0);
-        EXPECT_EQ(savejpgex(file.name(), c.image, 50, 0x10), c.code) << c.size;
-        EXPECT_EQ(file.exists(), c.code == 0) << c.size;
+    for (const auto& [bits, most] : {std::pair{24u, 147u},    // 147 * 147 * 3 + 10 = 64837
+                                     std::pair{8u, 254u}}) {  // 254 * 254 + 778 = 65294
+        TestImage image(300, 300, bits);
+        for (const UINT size : {most, most + 1, 255u}) {
+            jpegsetthumbnailsize(size);
+            EXPECT_EQ(savejpgex(file.name(), image, 50, 0x10), size == most ? 0 : ERR_THUMB_SIZE) << size;
+            EXPECT_EQ(file.exists(), size == most) << size;
+        }
     }
     jpegsetthumbnailsize(64);
 }

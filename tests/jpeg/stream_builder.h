@@ -13,6 +13,7 @@
 namespace test {
 
 using Block = std::array<std::int16_t, 64>;  // natural order
+using Quantisers = std::array<std::uint16_t, 64>;
 
 struct CoefComponent {
     unsigned h = 1, v = 1, tq = 0;
@@ -20,19 +21,13 @@ struct CoefComponent {
     unsigned across = 0, down = 0;        // blocks, with those that pad the last MCU
     unsigned ownAcross = 0, ownDown = 0;  // blocks of a scan of the component alone
     std::vector<Block> blocks;
-
-    Block& at(unsigned x, unsigned y) { return blocks[y * across + x]; }
-    const Block& at(unsigned x, unsigned y) const { return blocks[y * across + x]; }
 };
 
 // A picture as coefficients, before dequantisation.
 struct CoefPicture {
-    unsigned width = 0, height = 0;
+    unsigned width = 0, height = 0, hMax = 1, vMax = 1;
     std::vector<CoefComponent> components;
-    std::array<std::array<std::uint16_t, 64>, 4> quant{};  // natural order
-
-    unsigned hMax() const;
-    unsigned vMax() const;
+    std::array<Quantisers, 4> quant{};
 };
 
 // sampling: "22,11,11" for H and V of each component.
@@ -82,11 +77,11 @@ Bytes scanSegment(const CoefPicture& picture, const StreamPlan& plan, const Scan
 
 // A scan as a list of symbols, each with the bits that follow its code. Tables 0 and 1 are for DC, 2 and 3
 // for AC.
+using Bits = std::string;  // of the digits 0 and 1
 struct Symbol {
-    static constexpr int onlyBits = -1, restart = -2;  // in place of a table
-    int table;
-    unsigned symbol;
-    std::vector<bool> bits;
+    static constexpr unsigned onlyBits = 4, restart = 5;  // in place of a table
+    unsigned table, symbol;
+    Bits bits;
 };
 std::vector<Symbol> symbolsOf(const CoefPicture& picture, const StreamPlan& plan, const ScanPlan& scan);
 
@@ -94,31 +89,12 @@ struct HuffmanTable {
     HuffmanTable() = default;
     HuffmanTable(const Bytes& counts, const Bytes& values);
     Bytes definition;  // counts and values
-    std::vector<bool> code[256];
+    Bits code[256];
 };
 using HuffmanTables = std::array<HuffmanTable, 4>;
 Bytes entropyCoded(const std::vector<Symbol>& symbols, const HuffmanTables& tables);
 
 // Natural positions in zigzag order.
 const std::array<unsigned, 64>& zigzag();
-
-// The picture's samples at full size, one plane per component, decoded in the plainest way.
-struct PlainPlanes {
-    unsigned width = 0, height = 0;
-    std::vector<std::vector<std::uint8_t>> planes;
-
-    int at(unsigned c, unsigned x, unsigned y) const { return planes[c][y * width + x]; }
-};
-PlainPlanes decodePlainly(const CoefPicture& picture);
-
-// The inverse transform by its definition, of coefficients times quantisers.
-std::array<std::uint8_t, 64> transformPlainly(const Block& coefs, const std::array<std::uint16_t, 64>& quant);
-
-// A pixel in the destination's order: blue | green << 8 | red << 16, or the grey level.
-enum class Colours { grey, ycbcr, rgb, cmyk, ycck };
-unsigned plainPixel(const PlainPlanes& planes, Colours colours, unsigned x, unsigned y);
-inline unsigned plainPixel(const PlainPlanes& planes, Colours colours, int x, int y) {
-    return plainPixel(planes, colours, static_cast<unsigned>(x), static_cast<unsigned>(y));
-}
 
 }  // namespace test

@@ -1,16 +1,9 @@
 // Overlays against plain versions.
-#include <gtest/gtest.h>
-
-#include <array>
-
-#include "tests/process/pictures.h"
-#include "tests/support/memory_watch.h"
+#include "tests/process/plain_quantiser.h"
 
 using namespace test;
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 struct Overlay {
     const char* name;
@@ -26,101 +19,57 @@ const Overlay overlays[] = {
     {"coverclear", coverclear, 0xFFFFFF, [](int clear, int over) { return over != clear % 256; },
      [](int clear, int b, int g, int r) { return b * 65536 + g * 256 + r != clear; }}};
 
-struct Layers {
-    TestImage under, over, result;
-    int width, height;
-
-    Layers(Random& random, unsigned bits)
-        : under(1 + random.below(40), 1 + random.below(30), bits),
-          over(1 + random.below(40), 1 + random.below(30), bits),
-          result(1 + random.below(40), 1 + random.below(30), bits) {
-        for (TestImage* image : {&under, &over, &result}) {
-            image->randomise(random);
-            image->randomArea(random);
-        }
-        // Few values, so that clear colours and levels are met.
-        const bool isPlain = random.oneIn(2);
-        for (unsigned i = 0; isPlain && i < over->header->biSizeImage; i++) over->bits[i] &= 1;
-        width = std::min(commonWidth(under, over), result.areaWidth());
-        height = std::min(commonHeight(under, over), result.areaHeight());
-    }
-    std::string describe() const {
-        return under.describe() + ", " + over.describe() + ", " + result.describe();
-    }
-};
-
-int anyArgument(const Overlay& overlay, Random& random) {
-    if (overlay.most == 255) return random.oneIn(3) ? int(random.below(3)) : random.byte();
-    return int(random.below(2) | random.below(2) << 8 | random.below(2) << 16);
-}
-
 }  // namespace
 
 class Overlays : public testing::TestWithParam<Overlay> {};
 INSTANTIATE_TEST_SUITE_P(All, Overlays, testing::ValuesIn(overlays),
                          [](const auto& info) { return info.param.name; });
 
+// The result may also be one of the layers. Palette images are decided byte by byte even so, as colours, and
+// the whole result gets a new palette; only the lower image's mark counts.
 TEST_P(Overlays, AgreeWithThePlainVersionOverRandomAreas) {
     Random random(91);
-    for (int round = 0; round < 2000; round++) {
-        const MemoryWatch watch;
+    for (int round = 0; round < 2500; round++) {
         const unsigned bits = random.oneIn(2) ? 8 : 24;
-        Layers layers(random, bits);
-        const int argument = anyArgument(GetParam(), random);
-        Grid<unsigned> merged(layers.width, layers.height);
-        for (int y = 0; y < layers.height; y++)
-            for (int x = 0; x < layers.width; x++) {
-                const unsigned over = areaPixel(layers.over, x, y);
-                const bool stays = bits == 8 ? GetParam().staysByte(argument, int(over))
-                                             : GetParam().staysColour(argument, int(over & 255),
-                                                                      int(over >> 8 & 255), int(over >> 16));
-                merged.at(x, y) = stays ? over : areaPixel(layers.under, x, y);
-            }
-        // The result may also be one of the layers.
-        TestImage* const results[] = {&layers.result, &layers.under, &layers.over};
-        TestImage& result = *results[random.oneIn(4) ? 1 + random.below(2) : 0];
-        if (&result != &layers.result && (layers.width != commonWidth(layers.under, layers.over) ||
-                                          layers.height != commonHeight(layers.under, layers.over)))
-            continue;
-        const auto expected = bytesWith(result, merged);
-        ASSERT_EQ(GetParam().run(argument, layers.under, layers.over, result), 0);
-        ASSERT_EQ(result.bytes(), expected) << layers.describe() << " argument " << argument;
-    }
-}
+        const bool isInPalette = bits == 8 && random.oneIn(5);
+        Pair pair(random, bits, bits, 40, 30);
+        if (!isInPalette && random.oneIn(3)) pair.destination.image = pair.source.image;
+        TestImage other(1 + random.below(40), 1 + random.below(30), bits), &result = pair.destination;
+        paint(other, random);
+        paintPalette(other, random);
+        other.randomArea(random);
+        const bool isUnder = random.oneIn(2);
+        TestImage &under = isUnder ? pair.source : other, &over = isUnder ? other : pair.source;
+        under->imgkind = !isInPalette, over->imgkind = random.below(2), result->imgkind = 4 + random.below(2);
 
-TEST_P(Overlays, PaletteImagesAreDecidedByteByByteAndTheWholeResultGetsANewPalette) {
-    Random random(92);
-    for (int round = 0; round < 200; round++) {
-        Layers layers(random, 8);
-        paintPalette(layers.under, random);
-        paintPalette(layers.over, random);
-        paintPalette(layers.result, random);
-        layers.over->imgkind = random.below(2);  // only the lower image's mark counts
-        layers.result->imgkind = 4 + random.below(2);
-        TestImage colours(unsigned(layers.result.width()), unsigned(layers.result.height()), 24);
-        const imgdes area = layers.result.image;
-        setimagearea(layers.result, 0, 0, UINT(layers.result.width() - 1), UINT(layers.result.height() - 1));
-        TestImage expected(layers.result);
-        ASSERT_EQ(convertpaltorgb(layers.result, colours), 0);
-        layers.result.image = area;
-        const int argument = anyArgument(GetParam(), random);
-        for (int y = 0; y < layers.height; y++)
-            for (int x = 0; x < layers.width; x++) {
-                const auto colour = [&](const TestImage& image) {
-                    const Colour c = paletteColour(image.image, areaPixel(image, x, y));
-                    return std::array{c.blue, c.green, c.red};
-                };
-                const auto under = colour(layers.under), over = colour(layers.over);
-                unsigned pixel = 0;
-                for (unsigned c = 0; c < 3; c++)
-                    pixel |= unsigned(GetParam().staysByte(argument, over[c]) ? over[c] : under[c]) << 8 * c;
-                colours.setPixel(int(layers.result->left) + x, int(layers.result->top) + y, pixel);
-            }
-        ASSERT_EQ(convertrgbtopalex(256, colours, expected, 2), 0);
-        ASSERT_EQ(GetParam().run(argument, layers.under, layers.over, layers.result), 0);
-        ASSERT_EQ(layers.result.bytes(), expected.bytes()) << layers.describe() << " argument " << argument;
-        ASSERT_EQ(paletteColours(layers.result.image, 256), paletteColours(expected.image, 256));
-        EXPECT_EQ(layers.result->imgkind, 4u);
-        EXPECT_EQ(layers.result->right, area.right);
+        const int width = std::min(pair.width(), other.areaWidth());
+        const int height = std::min(pair.height(), other.areaHeight());
+        Grid below = areaPixels(under, width, height), above = areaPixels(over, width, height);
+        if (isInPalette) below = coloursOf(under, below), above = coloursOf(over, above);
+        const unsigned model = above.pixels[random.below(unsigned(above.pixels.size()))];
+        const int limit = GetParam().most;
+        const int argument = random.oneIn(4) ? random.between(0, limit)
+                             : limit == 255  ? channel(model, 0)
+                                             : int(byChannel([&](int c) { return channel(model, 2 - c); }));
+        const Grid merged(width, height, [&](int x, int y) {
+            const unsigned a = above.at(x, y), b = below.at(x, y);
+            if (isInPalette)
+                return byChannel(
+                    [&](int c) { return channel(GetParam().staysByte(argument, channel(a, c)) ? a : b, c); });
+            const bool stays =
+                bits == 8 ? GetParam().staysByte(argument, int(a))
+                          : GetParam().staysColour(argument, channel(a, 0), channel(a, 1), channel(a, 2));
+            return stays ? a : b;
+        });
+        const auto run = [&](imgdes*, imgdes* d) { return GetParam().run(argument, under, over, d); };
+        if (!isInPalette) {
+            ASSERT_TRUE(pair.becomes(run, merged)) << "argument " << argument << " with " << other.describe();
+            continue;
+        }
+        TestImage colours(unsigned(result.width()), unsigned(result.height()), 24);
+        put(colours, coloursOf(result, wholePicture(result)));
+        colours->left = result->left, colours->top = result->top;
+        put(colours, merged);
+        ASSERT_TRUE(becomesRequantised(pair, run, wholePicture(colours))) << "argument " << argument;
     }
 }

@@ -1,84 +1,49 @@
 // Ordered dithering and error diffusion to the two fixed palettes, against plain versions.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <functional>
-
 #include "tests/process/pictures.h"
-#include "tests/support/memory_watch.h"
 
 using namespace test;
 
 namespace {
 
-// Black and the pure colours by blue + 2 green + 4 red.
-constexpr unsigned pureIndex[8] = {0, 12, 10, 14, 9, 13, 11, 15};
-
-std::array<int, 3> channels(Colour c) {
-    return {c.blue, c.green, c.red};
+// The entry that shows such levels: of the cube 0 to 5 for each channel, else 0 or 1.
+unsigned indexOf(unsigned levels, bool isCube) {
+    constexpr unsigned pureIndex[8] = {0, 12, 10, 14, 9, 13, 11, 15};
+    const int b = channel(levels, 0), g = channel(levels, 1), r = channel(levels, 2);
+    return isCube ? unsigned(225 - (b + 6 * g + 36 * r)) : pureIndex[b + 2 * g + 4 * r];
 }
 
-unsigned indexOf(const std::array<int, 3>& levels, bool cube) {
-    const auto [b, g, r] = levels;
-    return cube ? unsigned(225 - (b + 6 * g + 36 * r)) : pureIndex[b + 2 * g + 4 * r];
+Grid plainDither(const Grid& picture, bool isCube) {
+    return {picture.width, picture.height, [&](int x, int y) {
+                const int m = ditherMatrix[y % 8][(picture.width - 1 - x) % 8];
+                const unsigned levels = byChannel([&](int c) {
+                    const int v = channel(picture.at(x, y), c);
+                    return isCube ? v / 51 + (m < v % 51) : 5 * m < v;
+                });
+                return indexOf(levels, isCube);
+            }};
 }
 
-Grid<unsigned> plainDither(const Grid<Colour>& picture, bool cube) {
-    Grid<unsigned> result(picture.width, picture.height);
-    for (int y = 0; y < picture.height; y++)
-        for (int x = 0; x < picture.width; x++) {
-            const int m = ditherMatrix[y % 8][(picture.width - 1 - x) % 8];
-            std::array<int, 3> levels;
-            for (std::size_t c = 0; c < 3; c++) {
-                const int v = channels(picture.at(x, y))[c];
-                levels[c] = cube ? v / 51 + (m < v % 51) : 5 * m < v;
-            }
-            result.at(x, y) = indexOf(levels, cube);
-        }
-    return result;
-}
-
-// Error diffusion over the whole picture at once; a frame around it takes what falls off.
-Grid<unsigned> plainScatter(const Grid<Colour>& picture, bool cube) {
-    const int w = picture.width, h = picture.height;
-    Grid<unsigned> result(w, h);
-    Grid<std::array<int, 3>> values(w + 2, h + 1);
-    for (int y = 0; y < h; y++)
-        for (int x = 0; x < w; x++) values.at(x + 1, y) = channels(picture.at(x, y));
-    for (int y = 0; y < h; y++)
-        for (int x = 0; x < w; x++) {
-            std::array<int, 3> levels;
-            for (std::size_t c = 0; c < 3; c++) {
-                const int v = values.at(x + 1, y)[c];
-                levels[c] = cube ? v / 51 : v >= 128;
-                int error = cube ? v % 51 : v < 128 ? v : v - 255;
-                if (cube && error > 24) levels[c]++, error -= 51;
-                const auto add = [&](int dx, int dy, int weight) {
-                    const int share = int(std::floor(weight * error / 16.0));
-                    int& to = values.at(x + 1 + dx, y + dy)[c];
-                    to = std::clamp(to + share, 0, 255);
-                };
-                add(1, 0, 7);
-                add(-1, 1, 3);
-                add(0, 1, 5);
-                add(1, 1, 1);
-            }
-            result.at(x, y) = indexOf(levels, cube);
-        }
-    return result;
+Grid plainScatter(const Grid& picture, bool isCube) {
+    return diffuseInSixteenths(picture, [=](unsigned pixel) {
+        const auto level = [&](int c) {
+            const int v = channel(pixel, c);
+            return isCube ? v / 51 + (v % 51 > 24) : v >= 128;
+        };
+        return Choice{indexOf(byChannel(level), isCube),
+                      byChannel([&](int c) { return level(c) * (isCube ? 51 : 255); })};
+    });
 }
 
 struct Operation {
     const char* name;
     int(ORNAPI* run)(imgdes*, imgdes*, int);
-    Grid<unsigned> (*plain)(const Grid<Colour>&, bool);
-    int rowsAhead;  // read before a row is written
+    Grid (*plain)(const Grid&, bool);
+    Reach reach;
 };
-constexpr Operation operations[] = {{"colordither", colordither, plainDither, 0},
-                                    {"colorscatter", colorscatter, plainScatter, 1}};
+constexpr Operation operations[] = {{"colordither", colordither, plainDither, {0, 0}},
+                                    {"colorscatter", colorscatter, plainScatter, {0, 1}}};
 
-// Palette entries as red << 16 | green << 8 | blue.
-std::vector<unsigned> expectedPalette(bool cube) {
+std::vector<unsigned> expectedPalette(bool isCube) {
     PALETTEENTRY system[20];
     GetPaletteEntries(static_cast<HPALETTE>(GetStockObject(DEFAULT_PALETTE)), 0, 20, system);
     std::vector<unsigned> entries;
@@ -86,15 +51,9 @@ std::vector<unsigned> expectedPalette(bool cube) {
         for (int i = first; i <= last; i++)
             entries.push_back(unsigned(system[i].peRed << 16 | system[i].peGreen << 8 | system[i].peBlue));
     };
-    if (!cube) {
-        add(0, 7);
-        add(12, 19);
-        return entries;
-    }
+    if (!isCube) return add(0, 7), add(12, 19), entries;
     add(0, 9);
-    for (unsigned r = 6; r-- > 0;)
-        for (unsigned g = 6; g-- > 0;)
-            for (unsigned b = 6; b-- > 0;) entries.push_back(r * 51 << 16 | g * 51 << 8 | b * 51);
+    for (unsigned i = 216; i-- > 0;) entries.push_back((i / 36 << 16 | i / 6 % 6 << 8 | i % 6) * 51);
     for (unsigned i = 0; i < 20; i++) entries.push_back((16 + 12 * i) * 0x010101);
     add(10, 19);
     return entries;
@@ -108,62 +67,23 @@ INSTANTIATE_TEST_SUITE_P(All, FixedPalettes, testing::ValuesIn(operations),
 
 TEST_P(FixedPalettes, AgreeWithThePlainVersionOverRandomAreas) {
     Random random(51);
-    for (int round = 0; round < 1500; round++) {
-        const MemoryWatch watch;
-        const bool cube = random.oneIn(2);
-        auto [source, destination] = Pair(random, random.oneIn(2) ? 8 : 24, 8, 40, 30);
-        const auto expected =
-            bytesWith(destination, GetParam().plain(commonColours(source, destination), cube));
-        ASSERT_EQ(GetParam().run(source, destination, cube ? random.between(1, 9) : 0), 0);
-        ASSERT_EQ(destination.bytes(), expected) << describe(source, destination) << " cube " << cube;
-    }
-}
-
-TEST_P(FixedPalettes, AreasOfOneImageAreReadAndWrittenInTheOrderOfRows) {
-    Random random(52);
-    for (int round = 0; round < 1500; round++) {
-        const bool cube = random.oneIn(2);
-        TestImage image(1 + random.below(40), 1 + random.below(20), 8);
-        image.randomise(random);
-        paintPalette(image, random);
-        TestImage copy(image);
-        image.randomArea(random);
-        imgdes from = image.image;
-        if (random.oneIn(3)) image.randomArea(random);
-        imgdes row = from;
-        Grid<Colour> read = coloursAt(copy, from, image.image);
-        const int width = read.width, height = read.height;
-        read = Grid<Colour>(width, 0);
-        for (int y = 0; y < height; y++) {
-            for (; read.height <= std::min(y + GetParam().rowsAhead, height - 1); read.height++) {
-                row.top = row.bottom = from.top + UINT(read.height);
-                const auto next = coloursAt(copy, row, image.image).pixels;
-                read.pixels.insert(read.pixels.end(), next.begin(), next.end());
-            }
-            const auto result = GetParam().plain(read, cube);
-            for (int x = 0; x < width; x++)
-                copy.setPixel(int(image->left) + x, int(image->top) + y, result.at(x, y));
-        }
-        ASSERT_EQ(GetParam().run(&from, image, cube), 0);
-        ASSERT_EQ(image.bytes(), copy.bytes())
-            << "area at " << from.left << "," << from.top << " to " << image.describe() << " cube " << cube;
-    }
-}
-
-TEST_P(FixedPalettes, ThePaletteGoesToTheDestination) {
-    for (const bool cube : {false, true}) {
-        TestImage source(5, 5, 24), destination(5, 5, 8);
-        destination->imgkind = 7;
-        for (int i = 0; i < 256; i++) destination->palette[i] = {1, 2, 3, BYTE(i)};
-        ASSERT_EQ(GetParam().run(source, destination, cube), 0);
-        const auto expected = expectedPalette(cube);
-        ASSERT_EQ(destination->palcolors, int(expected.size()));
-        EXPECT_EQ(destination->imgkind, 6u);
-        for (unsigned i = 0; i < 256; i++) {
-            const RGBQUAD& entry = destination->palette[i];
-            const unsigned want = i < expected.size() ? expected[i] : 0x030201;
-            EXPECT_EQ(unsigned(entry.rgbRed << 16 | entry.rgbGreen << 8 | entry.rgbBlue), want) << i;
-            EXPECT_EQ(entry.rgbReserved, i);
-        }
+    for (int round = 0; round < 3000; round++) {
+        const bool isCube = random.oneIn(2), isOne = random.oneIn(2);
+        Pair pair(random, isOne || random.oneIn(2) ? 8 : 24, 8, 40, isOne ? 20 : 30);
+        if (isOne) pair.makeOne(random);
+        pair.destination->imgkind = 7;
+        auto entries = paletteBytes(pair.destination.image);
+        const auto run = [&](imgdes* s, imgdes* d) {
+            return GetParam().run(s, d, isCube ? random.between(1, 9) : 0);
+        };
+        const auto plain = [&](const Grid& rows) {
+            return GetParam().plain(coloursOf(pair.source, rows), isCube);
+        };
+        ASSERT_TRUE(pair.becomes(run, plain, GetParam().reach)) << "cube " << isCube << ", one " << isOne;
+        const auto fixed = expectedPalette(isCube);
+        for (unsigned i = 0; i < fixed.size(); i++) std::memcpy(&entries[4 * i], &fixed[i], 3);
+        ASSERT_EQ(paletteBytes(pair.destination.image), entries) << "reserved bytes stay";
+        ASSERT_EQ(pair.destination->palcolors, int(fixed.size()));
+        ASSERT_EQ(pair.destination->imgkind, 6u);
     }
 }

@@ -9,11 +9,10 @@
 
 namespace {
 
-using Hsv = std::array<int, 3>;
-using Rgb = std::array<int, 3>;  // red, green, blue
+using Three = std::array<int, 3>;  // hue, saturation, value; or red, green, blue
 
 // The formulas, with plain divisions.
-Hsv plainHsv(int r, int g, int b) {
+Three plainHsv(int r, int g, int b) {
     const int high = std::max({r, g, b}), low = std::min({r, g, b});
     if (high == low) return {0, 0, high};
     int base, x, y;
@@ -27,7 +26,7 @@ Hsv plainHsv(int r, int g, int b) {
     return {hue & 255, ((high - low) * 255 + high / 2) / high, high};
 }
 
-Rgb plainRgb(int h, int s, int v) {
+Three plainRgb(int h, int s, int v) {
     const int d = (360 * h + 128) / 256;
     if (s == 0) return {v, v, v};
     const int p = ((255 - s) * v + 127) / 255, q = v - p;
@@ -52,13 +51,13 @@ TEST(Hsv, EveryColourAgreesWithThePlainFormulas) {
         rgb2hsv(rgb.data(), hsv.data(), 65536);
         for (int i = 0; i < 65536; i++) {
             std::uint8_t* p = &hsv[std::size_t(3 * i)];
-            ASSERT_EQ((Hsv{p[0], p[1], p[2]}), plainHsv(a, i >> 8, i & 255)) << a << "," << i;
+            ASSERT_EQ((Three{p[0], p[1], p[2]}), plainHsv(a, i >> 8, i & 255)) << a << "," << i;
             p[0] = std::uint8_t(a), p[1] = std::uint8_t(i >> 8), p[2] = std::uint8_t(i);
         }
         hsv2rgb(hsv.data(), rgb.data(), 65536);
         for (int i = 0; i < 65536; i++) {
             const std::uint8_t* p = &rgb[std::size_t(4 * i)];
-            ASSERT_EQ((Rgb{p[2], p[1], p[0]}), plainRgb(a, i >> 8, i & 255)) << a << "," << i;
+            ASSERT_EQ((Three{p[2], p[1], p[0]}), plainRgb(a, i >> 8, i & 255)) << a << "," << i;
             ASSERT_EQ(p[3], 0x77);
         }
     }

@@ -1,5 +1,8 @@
-// Pictures for the tests of image operations, and their pixels as plain values.
+// Pictures for the tests of image operations, their pixels as plain numbers, and the way to try an operation
+// on any areas of two images or of one.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -7,100 +10,72 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/memory_watch.h"
 #include "tests/support/random.h"
 #include "tests/support/test_image.h"
 
 namespace test {
 
-// The pixels of an area, row by row.
-template <class T>
+// Pixels, row by row: levels, indices, or blue | green << 8 | red << 16.
 struct Grid {
     int width = 0, height = 0;
-    std::vector<T> pixels;
+    std::vector<unsigned> pixels;
 
-    Grid(int w, int h) : width(w), height(h), pixels(std::size_t(w * h)) {}
-    T& at(int x, int y) { return pixels[std::size_t(y * width + x)]; }
-    const T& at(int x, int y) const { return pixels[std::size_t(y * width + x)]; }
+    Grid() = default;
+    template <class Make>
+    Grid(int w, int h, Make make) : width(w), height(h) {
+        for (int y = 0; y < h; y++)
+            for (int x = 0; x < w; x++) pixels.push_back(unsigned(make(x, y)));
+    }
+    unsigned& at(int x, int y) { return pixels[std::size_t(y * width + x)]; }
+    unsigned at(int x, int y) const { return pixels[std::size_t(y * width + x)]; }
 };
 
-inline Colour paletteColour(const imgdes& image, unsigned index) {
-    const RGBQUAD& entry = image.palette[index];
-    return {entry.rgbBlue, entry.rgbGreen, entry.rgbRed};
+// Channel 0 is blue, 1 green, 2 red.
+inline int channel(unsigned pixel, int c) {
+    return int(pixel >> 8 * c & 255);
+}
+template <class Make>
+unsigned byChannel(Make make) {
+    return unsigned(make(0)) | unsigned(make(1)) << 8 | unsigned(make(2)) << 16;
 }
 
-inline std::vector<Colour> paletteColours(const imgdes& image, unsigned count) {
-    std::vector<Colour> colours;
-    for (unsigned i = 0; i < count; i++) colours.push_back(paletteColour(image, i));
+inline std::vector<unsigned> paletteColours(const imgdes& image, unsigned count = 256) {
+    std::vector<unsigned> colours;
+    for (const RGBQUAD* c = image.palette; c < image.palette + count; c++)
+        colours.push_back(unsigned(c->rgbBlue | c->rgbGreen << 8 | c->rgbRed << 16));
     return colours;
 }
 
-// The first entries of a DIB section's own colour table.
-inline std::vector<Colour> sectionColours(const imgdes& image, unsigned count) {
-    RGBQUAD table[256] = {};
-    const HDC context = CreateCompatibleDC(nullptr);
-    const HGDIOBJ previous = SelectObject(context, image.hbitmap);
-    count = GetDIBColorTable(context, 0, count, table);
-    SelectObject(context, previous);
-    DeleteDC(context);
-    std::vector<Colour> colours;
-    for (unsigned i = 0; i < count; i++)
-        colours.push_back({table[i].rgbBlue, table[i].rgbGreen, table[i].rgbRed});
-    return colours;
+inline std::vector<std::uint8_t> paletteBytes(const imgdes& image) {
+    const auto* const entries = reinterpret_cast<const std::uint8_t*>(image.palette);
+    return {entries, entries + 1024};
 }
 
-// The colour of a pixel of the picture, through the palette where the image has 8 bits.
-inline Colour colourAt(const TestImage& image, int x, int y) {
-    const unsigned p = image.pixel(x, y);
-    if (image.bitsPerPixel() == 8) return paletteColour(image.image, p);
-    return {std::uint8_t(p), std::uint8_t(p >> 8), std::uint8_t(p >> 16)};
-}
-
-inline int commonWidth(const TestImage& a, const TestImage& b) {
-    return std::min(a.areaWidth(), b.areaWidth());
-}
-inline int commonHeight(const TestImage& a, const TestImage& b) {
-    return std::min(a.areaHeight(), b.areaHeight());
-}
-
-// A pixel as a number, counted from the area's top-left corner.
+// Pixels of the picture where its area begins.
 inline unsigned areaPixel(const TestImage& image, int x, int y) {
     return image.pixel(int(image.image.left) + x, int(image.image.top) + y);
 }
+inline Grid areaPixels(const TestImage& image, int width, int height) {
+    return {width, height, [&](int x, int y) { return areaPixel(image, x, y); }};
+}
+inline Grid wholePicture(const TestImage& image) {
+    return {image.width(), image.height(), [&](int x, int y) { return image.pixel(x, y); }};
+}
 
-// The colours of the picture where one area begins, as many as both areas have.
-inline Grid<Colour> coloursAt(const TestImage& picture, const imgdes& from, const imgdes& to) {
-    const UINT width = std::min(from.right - from.left, to.right - to.left) + 1;
-    const UINT height = std::min(from.bottom - from.top, to.bottom - to.top) + 1;
-    Grid<Colour> grid{int(width), int(height)};
-    for (int y = 0; y < grid.height; y++)
-        for (int x = 0; x < grid.width; x++)
-            grid.at(x, y) = colourAt(picture, int(from.left) + x, int(from.top) + y);
+// The colours of an image's pixels: of 8 bits those in the palette.
+inline Grid coloursOf(const TestImage& image, Grid grid) {
+    if (image.bitsPerPixel() == 8)
+        for (const auto palette = paletteColours(image.image); unsigned& pixel : grid.pixels)
+            pixel = palette[pixel];
     return grid;
 }
 
-// The colours of the source's part of the area that both have.
-inline Grid<Colour> commonColours(const TestImage& source, const TestImage& destination) {
-    return coloursAt(source, source.image, destination.image);
-}
-
-// The pixels, as numbers, of the source's part of the area that both have.
-inline Grid<unsigned> commonPixels(const TestImage& source, const TestImage& destination) {
-    Grid<unsigned> grid(commonWidth(source, destination), commonHeight(source, destination));
-    for (int y = 0; y < grid.height; y++)
-        for (int x = 0; x < grid.width; x++) grid.at(x, y) = areaPixel(source, x, y);
-    return grid;
-}
-
-// The image's pixel bytes with the grid put at its area's top-left corner.
-template <class T, class ToPixel = std::identity>
-std::vector<std::uint8_t> bytesWith(TestImage& image, const Grid<T>& grid, ToPixel toPixel = {}) {
-    const std::vector<std::uint8_t> before = image.bytes();
+// Puts pixels at the area's top-left corner.
+inline void put(TestImage& image, const Grid& grid) {
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
-            image.setPixel(int(image->left) + x, int(image->top) + y, unsigned(toPixel(grid.at(x, y))));
-    const std::vector<std::uint8_t> after = image.bytes();
-    std::copy(before.begin(), before.end(), image->bits);
-    return after;
+            image.setPixel(int(image->left) + x, int(image->top) + y, grid.at(x, y));
 }
 
 // The ordered matrix of all dithers.
@@ -109,36 +84,73 @@ constexpr int ditherMatrix[8][8] = {{0, 38, 9, 47, 2, 40, 11, 50},  {25, 12, 35,
                                     {1, 39, 11, 49, 0, 39, 10, 48}, {27, 14, 36, 23, 26, 13, 35, 23},
                                     {7, 46, 4, 43, 7, 45, 3, 42},   {33, 20, 30, 17, 32, 19, 29, 16}};
 
-// Noise, few colours, few greys, slow gradients with a little noise: what photographs, drawings and
-// half-finished programs hand over.
+// Error diffusion over a whole picture that is kept in levels of 0 to 255. choose(pixel) says which index
+// a pixel gets and the colour that it shows then; shareOf(error, weight) what a neighbour has to bear.
+struct Choice {
+    unsigned index, shown;
+};
+struct Share {
+    int dx, dy, weight;
+};
+template <class Choose, class ShareOf>
+Grid diffuse(Grid picture, const std::vector<Share>& shares, Choose choose, ShareOf shareOf) {
+    const auto chosen = [&](int x, int y) {
+        const unsigned pixel = picture.at(x, y);
+        const Choice choice = choose(pixel);
+        for (const Share& share : shares) {
+            if (x + share.dx < 0 || x + share.dx >= picture.width || y + share.dy >= picture.height) continue;
+            unsigned& neighbour = picture.at(x + share.dx, y + share.dy);
+            neighbour = byChannel([&](int c) {
+                const int error = channel(pixel, c) - channel(choice.shown, c);
+                return std::clamp(channel(neighbour, c) + shareOf(error, share.weight), 0, 255);
+            });
+        }
+        return choice.index;
+    };
+    return {picture.width, picture.height, chosen};
+}
+template <class Choose>
+Grid diffuseInSixteenths(const Grid& picture, Choose choose) {
+    return diffuse(picture, {{1, 0, 7}, {-1, 1, 3}, {0, 1, 5}, {1, 1, 1}}, choose,
+                   [](int error, int weight) { return int(std::floor(error * weight / 16.0)); });
+}
+
+// Noise, few colours, few greys, colours of equal brightness, slow gradients with a little noise: what
+// photographs, drawings and half-finished programs hand over.
 inline void paint(TestImage& image, Random& random) {
+    enum { noise, colours, greys, ties, gradients };
+    constexpr int edges[] = {0, 1, 2, 127, 128, 254, 255};
+    const auto level = [&](int = 0) { return int(random.oneIn(3) ? edges[random.below(7)] : random.byte()); };
     image.randomise(random);
-    const unsigned kind = random.below(4);
-    if (kind == 0 || image.bitsPerPixel() == 8) return;
-    std::vector<unsigned> colours;
-    for (unsigned i = 0, n = 1 + random.below(12); i < n; i++)
-        colours.push_back(kind == 2 ? random.byte() * 0x010101u : random.next() & 0xFFFFFF);
+    const unsigned kind = random.below(5), density = random.below(9);
+    if (kind == noise) return;
+    std::vector<unsigned> few(1 + random.below(12));
+    for (unsigned& pixel : few) {
+        pixel = kind == greys ? unsigned(level()) * 0x010101u : byChannel(level);
+        if (kind == ties) pixel = (36 + random.below(30)) << 16 | random.below(200) << 8 | random.below(30);
+    }
     const double slope[3] = {random.between(-40, 40) / 16.0, random.between(-40, 40) / 16.0,
                              random.between(-40, 40) / 16.0};
-    const int noise = random.between(0, 9), start = random.byte();
+    const int start = level(), most = random.between(0, 12);
     for (int y = 0; y < image.height(); y++)
         for (int x = 0; x < image.width(); x++) {
-            unsigned pixel = colours[random.below(unsigned(colours.size()))];
-            if (kind == 3) {
-                pixel = 0;
-                for (int c = 0; c < 3; c++) {
-                    const double level =
-                        start + slope[c] * x + slope[(c + 1) % 3] * y + 30 * std::sin(x * 0.1 * c);
-                    const int v = std::clamp(int(level) + random.between(0, noise), 0, 255);
-                    pixel |= unsigned(v) << 8 * c;
-                }
-            }
-            image.setPixel(x, y, pixel);
+            unsigned pixel = few[random.below(unsigned(few.size()))];
+            const unsigned shift = random.below(7);
+            if (kind == ties)  // 11 more blue and 1 more green make up for 6 less red
+                pixel += shift * 11 + (shift << 8) - (shift * 6 << 16);
+            if (kind == gradients)
+                pixel = byChannel([&](int c) {
+                    const double wave = slope[c] * x + slope[(c + 1) % 3] * y + 30 * std::sin(x * 0.1 * c);
+                    return std::clamp(start + int(wave) + random.between(-most, most), 0, 255);
+                });
+            image.setPixel(x, y, image.bitsPerPixel() == 1 ? random.below(8) < density : pixel);
         }
 }
 
-// A random palette in use: any colours, close ones, ones that repeat, greys, or colours on one channel only.
+// A random palette in use, if there is any: any colours, close ones, ones that repeat, greys, or colours on
+// one channel only.
 inline void paintPalette(TestImage& image, Random& random) {
+    if (image.bitsPerPixel() != 8) return;
     image.randomisePalette(random);
     const unsigned kind = random.below(5);
     for (unsigned i = 0; i < 256; i++) {
@@ -152,30 +164,107 @@ inline void paintPalette(TestImage& image, Random& random) {
     }
 }
 
-inline std::string describe(const TestImage& source, const TestImage& destination) {
-    return source.describe() + " to " + destination.describe();
-}
+// How many rows an operation has read above and below the one that it writes: of the area's first and last
+// row, the last one anew each time. Without rows above, all from the area's top count.
+struct Reach {
+    int above, below;
+};
 
-// Two pictures of random sizes with random areas: painted, with palettes in use where there are any.
+// Two pictures of random sizes with random areas: painted, with palettes in use where there are any. Or two
+// areas of one picture, often the same.
 struct Pair {
+    const MemoryWatch watch;  // the pixels end at unreadable pages
     TestImage source, destination;
 
     Pair(Random& random, unsigned sourceBits, unsigned destinationBits, unsigned width, unsigned height)
         : source(1 + random.below(width), 1 + random.below(height), sourceBits),
-          destination(1 + random.below(width), 1 + random.below(height), destinationBits) {
-        paint(source, random);
-        destination.randomise(random);
+          destination(1 + random.below(width), 1 + random.below(height), destinationBits),
+          own_(destination.image) {
         for (TestImage* image : {&source, &destination}) {
-            if (image->bitsPerPixel() == 8) paintPalette(*image, random);
+            paint(*image, random);
+            paintPalette(*image, random);
             image->randomArea(random);
         }
     }
-};
+    ~Pair() { destination.image = own_; }
 
-// The 256 entries at an image's palette, as bytes.
-inline std::vector<std::uint8_t> paletteBytes(const imgdes& image) {
-    const auto* const entries = reinterpret_cast<const std::uint8_t*>(image.palette);
-    return {entries, entries + 1024};
-}
+    void makeOne(Random& random) {
+        destination.image = source.image;
+        if (random.oneIn(3))
+            destination.randomArea(random);
+        else if (random.oneIn(2))  // a few rows further down
+            destination->top = std::min(destination->top + 1 + random.below(3), destination->bottom);
+    }
+    bool isOne() const { return destination.image.bits == source.image.bits; }
+
+    // What both areas have.
+    int width() const { return std::min(source.areaWidth(), destination.areaWidth()); }
+    int height() const { return std::min(source.areaHeight(), destination.areaHeight()); }
+    Grid pixels() const { return areaPixels(source, width(), height()); }
+    Grid colours() const { return coloursOf(source, pixels()); }
+
+    // Whether run(source, destination) returns the code, puts the pixels wanted at the top-left of the
+    // destination's area, and changes no other pixel and nothing of the source.
+    template <class Run>
+    testing::AssertionResult becomes(Run run, const Grid& wanted, int code = 0) {
+        return tryOut(run, code, [&] { put(destination, wanted); });
+    }
+    // The same with what plain(rows) makes of the rows that have been read when a row is written, and which
+    // are others if the areas overlap.
+    template <class Run, class Plain>
+    testing::AssertionResult becomes(Run run, Plain plain, Reach reach) {
+        return tryOut(run, 0, [&] { putRowByRow(plain, reach); });
+    }
+
+ private:
+    template <class Run, class Put>
+    testing::AssertionResult tryOut(Run run, int code, Put putWanted) {
+        const auto before = destination.bytes(), sourceBefore = source.bytes();
+        putWanted();
+        const auto wanted = destination.bytes();
+        std::copy(before.begin(), before.end(), destination->bits);
+        const imgdes record = source.image;
+        const int blocks = watch.live(), have = run(source, destination);
+        auto failure = testing::AssertionFailure() << source.describe() << " to " << destination.describe();
+        if (have != code) return failure << ": code " << have << " instead of " << code;
+        if (watch.live() != blocks) return failure << ": a leak";
+        if (const auto after = destination.bytes(); after != wanted) {
+            const auto at = std::mismatch(after.begin(), after.end(), wanted.begin());
+            return failure << ": " << int{*at.first} << " instead of " << int{*at.second} << " at byte "
+                           << at.first - after.begin();
+        }
+        if (std::memcmp(&record, &source.image, sizeof record) != 0) return failure << ": another record";
+        if (!isOne() && source.bytes() != sourceBefore) return failure << ": another source";
+        return testing::AssertionSuccess();
+    }
+
+    template <class Plain>
+    void putRowByRow(Plain plain, Reach reach) {
+        const int w = width(), h = height(), around = reach.above + reach.below;
+        Grid read;
+        read.width = w;
+        const auto readTo = [&](int rows) {
+            for (; read.height < rows; read.height++)
+                for (int x = 0; x < w; x++)
+                    read.pixels.push_back(
+                        areaPixel(source, x, std::clamp(read.height - reach.above, 0, h - 1)));
+        };
+        for (int y = 0; y < h; y++) {
+            readTo(isOne() ? y + 1 + around : h + around);
+            const int first = isOne() && reach.above ? y : 0;
+            Grid made =
+                plain({w, read.height - first, [&](int x, int row) { return read.at(x, first + row); }});
+            if (!isOne()) {  // all at once, as nothing is written where it has yet to be read
+                made.height = h;
+                return put(destination, made);
+            }
+            for (int x = 0; x < w; x++)
+                destination.setPixel(int(destination->left) + x, int(destination->top) + y,
+                                     made.at(x, y - first));
+        }
+    }
+
+    const imgdes own_;  // the destination's own, to be freed
+};
 
 }  // namespace test
