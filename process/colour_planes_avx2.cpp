@@ -30,13 +30,12 @@ void split(ColourRow row, unsigned x, const std::uint8_t* bgr) {
     const __m256i first = _mm256_shuffle_epi8(halves(half(bgr), half(bgr + 24)), halves(widening, widening));
     const __m256i second = _mm256_shuffle_epi8(halves(half(bgr + 12), half(bgr + 32)),
                                                halves(widening, _mm_add_epi8(widening, laterBy4)));
-    const __m256i blueRed =
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 2, -1, -1, 4, 6, -1, -1, 8, 10, -1, -1, 12, 14, -1, -1));
+    const __m256i blueRed = _mm256_set1_epi32(0x00FF00FF);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(row.brightness + x),
                         _mm256_packs_epi32(brightness(first), brightness(second)));
     _mm256_storeu_si256(
         reinterpret_cast<__m256i*>(row.blueRed + x),
-        _mm256_packus_epi32(_mm256_shuffle_epi8(first, blueRed), _mm256_shuffle_epi8(second, blueRed)));
+        _mm256_packus_epi16(_mm256_and_si256(first, blueRed), _mm256_and_si256(second, blueRed)));
 }
 
 }  // namespace
@@ -50,6 +49,15 @@ void splitColoursAvx2(ColourRow row, const std::uint8_t* bgr, unsigned count) {
         split(row, x, rest);
     }
     _mm256_zeroupper();
+}
+
+void copyColoursAvx2(std::uint8_t* to, const std::uint8_t* from, unsigned count) {
+    const std::size_t size = std::size_t{3} * count, wide = size / sizeof(__m256i) * sizeof(__m256i);
+    for (std::size_t i = 0; i < wide; i += sizeof(__m256i))
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + i)));
+    _mm256_zeroupper();
+    std::memcpy(to + wide, from + wide, size - wide);
 }
 
 }  // namespace orn32

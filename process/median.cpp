@@ -39,13 +39,15 @@ struct SmallLevelMedian {
 struct ColourMedian {
     ColourMedians medians;
     unsigned size = 0;
+    RowsAhead ahead{};
 
     bool prepare(unsigned, unsigned neighbourhood) {
         size = neighbourhood;
         return true;
     }
+    void expect(RowsAhead next) { ahead = next; }
     void row(const ColourRow* rows, std::uint8_t* result, unsigned count) const {
-        medians(rows, size, result, count);
+        medians(rows, size, result, count, ahead);
     }
 };
 
