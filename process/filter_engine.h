@@ -42,8 +42,7 @@ struct ColourFormat {
     static void store(std::uint8_t* destination, unsigned firstBit, std::uint8_t* result, unsigned count);
 };
 
-// The same for filters that use AVX2 themselves. A 32-bit process that has used it runs SSE2 code up to three
-// times slower from then on, as vzeroupper reaches only half of the registers: so all of a row is AVX2.
+// The same for filters that use AVX2 themselves: SSE2 code among it would be slow until leaveAvx2.
 struct ColourFormatAvx2 : ColourFormat {
     static void load(Row row, const std::uint8_t* source, unsigned firstBit, unsigned radius, unsigned count);
     static void store(std::uint8_t* destination, unsigned firstBit, std::uint8_t* result, unsigned count);
@@ -71,7 +70,9 @@ class NeighbourRows {
  public:
     NeighbourRows(unsigned columns, unsigned size) : size_(size) {
         const std::size_t pixels = (std::size_t{columns} + 15) / 16 * 16;
-        const std::size_t rowPixels = pixels + (size + 15) / 16 * 16, rowBytes = rowPixels * Format::rowBytes;
+        // Rows that lie a little off a multiple of 4 kB apart would compete for the same lines of the cache.
+        const std::size_t rowPixels = (pixels + (size + 15) / 16 * 16 + 159) / 512 * 512 + 352;
+        const std::size_t rowBytes = rowPixels * Format::rowBytes;
         const std::size_t bytes = rowBytes * size + pixels * Format::resultBytes + 16 + cacheLine;
         memory_ = WorkArray<std::uint8_t>(MemoryEntry::second, bytes);
         if (!memory_) return;
