@@ -58,7 +58,7 @@ void forNine(Each each) {
     (std::make_integer_sequence<unsigned, 9>());
 }
 
-// The next row that will be read and the next one that will be written; null if there is none.
+// The next row that will be read and the next one that will be written.
 struct RowsAhead {
     const std::uint8_t* source = nullptr;
     const std::uint8_t* destination = nullptr;
