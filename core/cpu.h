@@ -8,4 +8,10 @@ inline bool hasAvx2() {
     return __builtin_cpu_supports("avx2");
 }
 
+// Puts the upper halves of the registers back to their initial state, after vzeroupper; needs AVX2, takes 0.1
+// us. In 32-bit code vzeroupper reaches only eight of the sixteen registers, and there are processors (Zen 4)
+// that take the others for used: SSE2 code, the caller's as well, then runs up to three times slower until
+// the system next switches threads.
+void leaveAvx2();
+
 }  // namespace orn32

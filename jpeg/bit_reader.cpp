@@ -61,7 +61,7 @@ BitReader::LongSymbol BitReader::longSymbol(Cursor at, const DecodeTable& table)
     while (string >= table.limit[length]) length++;
     if (length > 16) fail(at.count - padding_ < 16 ? Detail::endOfData : Detail::huffmanCode);
     const int index = static_cast<int>(string >> (16 - length)) + table.firstSymbol[length];
-    const unsigned symbol = table.symbols[index];
+    const unsigned symbol = table.definition.values[index];
     const unsigned run = symbol >> 4, count = symbol & 15;
     if (count == 0) return {(run == 15 ? run : run + endOfBand) << 8 | entryComplete, length};
     return {count << 16 | run << 8, length};

@@ -34,7 +34,8 @@ class BitReader {
 
     // At the end of the data zeros follow, so that a symbol need not be tested bit by bit. Whether any of
     // them has been used, and with it a symbol that was cut, is asked here.
-    bool overrun() const { return at_.count < padding_; }
+    bool overrun() const { return overrun(at_); }
+    bool overrun(const Cursor& at) const { return at.count < padding_; }
 
     Cursor cursor() const { return at_; }
     void setCursor(const Cursor& at) { at_ = at; }

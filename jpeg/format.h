@@ -65,6 +65,7 @@ struct HuffmanDefinition {
         for (const int n : counts) sum += n;
         return sum;
     }
+    bool operator==(const HuffmanDefinition&) const = default;
 };
 
 // The kinds of thumbnail in an APP0 extension (JFXX) segment.

@@ -40,7 +40,7 @@ bool isUsable(const HuffmanDefinition& definition) {
 
 void buildDecodeTable(const HuffmanDefinition& definition, DecodeTable& table) {
     std::memset(table.look, 0, sizeof table.look);
-    std::memcpy(table.symbols, definition.values, sizeof table.symbols);
+    table.definition = definition;
     unsigned code = 0;
     int index = 0;
     for (unsigned length = 1; length <= 16; length++) {
@@ -57,16 +57,18 @@ void buildDecodeTable(const HuffmanDefinition& definition, DecodeTable& table) {
     table.limit[17] = 1u << 16;
 }
 
+// Strings that begin with the same symbol stand together.
 void buildPairs(DecodeTable& table) {
     constexpr unsigned strings = 1u << lookBits;
-    for (unsigned string = 0; string < strings; string++) {
-        LookPair& pair = table.pairs[string];
-        pair.first = pair.second = halfOf(table.look[string]);
-        if (pair.first.step == noStep) continue;
-        LookPair::Half next = halfOf(table.look[string << pair.first.bits & (strings - 1)]);
-        next.step = static_cast<std::uint8_t>(next.step + pair.first.step);
-        next.bits = static_cast<std::uint8_t>(next.bits + pair.first.bits);
-        if (next.step < noStep && next.bits <= lookBits) pair.second = next;
+    for (unsigned string = 0; string < strings;) {
+        const LookPair::Half first = halfOf(table.look[string]);
+        const unsigned alike = first.step == noStep ? 1 : strings >> first.bits;
+        for (unsigned i = 0; i < alike; i++, string++) {
+            LookPair::Half next = halfOf(table.look[i << first.bits]);
+            next.step = static_cast<std::uint8_t>(next.step + first.step);
+            next.bits = static_cast<std::uint8_t>(next.bits + first.bits);
+            table.pairs[string] = {first, next.step < noStep && next.bits <= lookBits ? next : first};
+        }
     }
 }
 

@@ -43,7 +43,7 @@ struct DecodeTable {
     LookPair pairs[1 << lookBits];  // only for blocks that come whole
     std::uint32_t limit[18];        // per length: the first 16-bit string above all codes up to it
     std::int32_t firstSymbol[17];   // per length: index of its first symbol minus its first code
-    std::uint8_t symbols[256];
+    HuffmanDefinition definition;
 };
 
 // Whether the counts make a prefix code of at most 256 symbols.

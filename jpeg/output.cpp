@@ -24,25 +24,26 @@ Output::Output(const Headers& headers, const Layout& layout, const imgdes& image
         plane.h = layout.components[c].h;
         plane.v = layout.components[c].v;
         plane.blockColumns = lastColumn * plane.h / layout.hMax / 8 + 1;
-        plane.stride = static_cast<std::ptrdiff_t>(plane.blockColumns) * 8;
+        plane.stride = static_cast<std::ptrdiff_t>(fit == Fit::sample ? size.width : plane.blockColumns * 8);
         plane.quant = headers.quant[headers.components[c].tq].values;
         for (unsigned y = 0; y < layout.mcuHeight; y++)
             plane.sampleRow[y] = static_cast<std::uint8_t>(y * plane.v / layout.vMax);
-        plane.direct = fit == Fit::cut && plane.h == layout.hMax;
+        plane.direct = fit == Fit::sample || plane.h == layout.hMax;
     }
-    if (conversion != Conversion::ycbcr || layout.count < 3 || !chromaIsHalf()) return;
+    if (conversion != Conversion::ycbcr || !chromaIsHalf()) return;
     convert_ = convertYcbcrHalf;
     planes_[1].direct = planes_[2].direct = true;
 }
 
 bool Output::chromaIsHalf() const {
-    return planes_[0].direct && planes_[1].h * 2 == layout_.hMax && planes_[2].h * 2 == layout_.hMax;
+    return fit_ == Fit::cut && layout_.count >= 3 && planes_[0].direct && planes_[1].h * 2 == layout_.hMax &&
+           planes_[2].h * 2 == layout_.hMax;
 }
 
 bool Output::allocate() {
     for (unsigned c = 0; c < layout_.count; c++) {
         Plane& plane = planes_[c];
-        const std::uint64_t rows = plane.v * 8;
+        const std::uint64_t rows = fit_ == Fit::sample ? layout_.mcuHeight : plane.v * 8;
         plane.samples = {MemoryEntry::first, rows * static_cast<unsigned>(plane.stride) + rowMargin};
         plane.sampleOf = {MemoryEntry::first, size_.width};
         plane.firstColumn = {MemoryEntry::first, plane.blockColumns + 1};
@@ -84,28 +85,27 @@ void Output::beginRow(unsigned mcuRow) {
     }
 }
 
-// Only the samples that are shown, unless they are many.
 void Output::placeSamples(const Plane& plane, unsigned x, unsigned y, const std::int16_t* coefs,
                           unsigned last) {
-    const std::uint16_t* columns = plane.sampleOf.get() + plane.firstColumn[x];
-    const unsigned count = plane.firstColumn[x + 1] - plane.firstColumn[x];
-    const unsigned end = plane.firstRow[y + 1];
-    unsigned shown = plane.firstRow[y];
-    const unsigned wanted = count * (end - shown);
-    if (wanted > fewSamples) {
-        std::uint8_t* samples = plane.samples.get() + (static_cast<std::ptrdiff_t>(y) * plane.stride + x) * 8;
-        return inverseDct(coefs, plane.quant, last, samples, plane.stride);
-    }
-    if (wanted == 0) return;
-    for (; shown < end; shown++) {
-        const unsigned row = plane.rows[shown];
-        std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
-        inverseDctSamples(coefs, plane.quant, last, row % 8, columns, count, samples);
-    }
+    const unsigned column = plane.firstColumn[x], row = plane.firstRow[y];
+    const unsigned columns = plane.firstColumn[x + 1] - column, rows = plane.firstRow[y + 1] - row;
+    const ShownSamples shown = {
+        plane.rows + row,
+        plane.sampleOf.get() + column,
+        rows,
+        columns,
+        plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride + column,
+        plane.stride};
+    if (rows == 1 && columns == 1) return inverseDctFewSamples<1, 1>(coefs, plane.quant, last, shown);
+    if (rows == 2 && columns == 2) return inverseDctFewSamples<2, 2>(coefs, plane.quant, last, shown);
+    if (rows == 1 && columns == 2) return inverseDctFewSamples<1, 2>(coefs, plane.quant, last, shown);
+    if (rows == 2 && columns == 1) return inverseDctFewSamples<2, 1>(coefs, plane.quant, last, shown);
+    if (rows != 0 && columns != 0) inverseDctSamples(coefs, plane.quant, last, shown);
 }
 
-// The samples for the shown pixels of a row, out of the plane itself where it has one for each.
-const std::uint8_t* Output::lineOf(Plane& plane, unsigned row, unsigned columns) {
+// The samples for the pixels of a shown row of the MCU row.
+const std::uint8_t* Output::lineOf(Plane& plane, unsigned shown, unsigned columns) {
+    const unsigned row = fit_ == Fit::sample ? shown : plane.sampleRow[shownRow_[shown]];
     const std::uint8_t* samples = plane.samples.get() + static_cast<std::ptrdiff_t>(row) * plane.stride;
     if (plane.direct) return samples;
     if (plane.lineRow != row) {
@@ -128,8 +128,7 @@ void Output::endRow(unsigned mcus) {
     const unsigned columns = columnsOf(mcus);
     for (unsigned shown = 0; shown < shownRows_; shown++, nextRow_++) {
         PlaneRows rows = {};
-        for (unsigned c = 0; c < layout_.count; c++)
-            rows.at[c] = lineOf(planes_[c], planes_[c].sampleRow[shownRow_[shown]], columns);
+        for (unsigned c = 0; c < layout_.count; c++) rows.at[c] = lineOf(planes_[c], shown, columns);
         if (grey_)
             std::memcpy(area_[nextRow_], rows.at[0], columns);
         else

@@ -44,6 +44,7 @@ class Output {
  private:
     static constexpr unsigned tallestMcu = 32;
 
+    // The picture's samples, or where they are sampled, one for each pixel shown.
     struct Plane {
         unsigned h, v;
         unsigned blockColumns;  // from the left, as far as there is something to show
@@ -60,17 +61,17 @@ class Output {
         bool direct;                           // rows of samples are used as they are
     };
     static constexpr unsigned noRow = ~0u;
-    static constexpr unsigned fewSamples = 4;  // up to here they are cheaper one by one than as a block
 
     // The picture's column or row that a shown one is taken from.
     unsigned pictureColumn(unsigned x) const { return fit_ == Fit::cut ? x : x * width_ / size_.width; }
     unsigned pictureRow(unsigned y) const { return fit_ == Fit::cut ? y : y * height_ / size_.height; }
 
     void mapColumns(const Plane& plane) const;
+    // Of a block only the samples that are shown.
     void placeSamples(const Plane& plane, unsigned x, unsigned y, const std::int16_t* coefs, unsigned last);
     bool chromaIsHalf() const;
     unsigned columnsOf(unsigned mcus) const;
-    const std::uint8_t* lineOf(Plane& plane, unsigned row, unsigned columns);
+    const std::uint8_t* lineOf(Plane& plane, unsigned shown, unsigned columns);
 
     const Layout& layout_;
     AreaRows area_;

@@ -22,18 +22,28 @@ class ScanTables {
     }
 
     // Once its AC table is ready, makes a component ready for blocks that come whole.
-    void preparePairs(const Component& component) { buildPairs(tables_[tableSlots + component.ta]); }
+    void preparePairs(const Component& component) {
+        const unsigned at = tableSlots + component.ta;
+        if (!(paired_ >> at & 1)) buildPairs(tables_[at]);
+        paired_ |= 1u << at;
+    }
 
     const DecodeTable& dc(const Component& component) const { return tables_[component.td]; }
     const DecodeTable& ac(const Component& component) const { return tables_[tableSlots + component.ta]; }
 
  private:
+    // Components share tables, and scans keep them.
     bool prepare(const HuffmanSlot (&slots)[tableSlots], unsigned slot, unsigned first) {
         if (slot >= tableSlots || !slots[slot].present) return false;
-        buildDecodeTable(slots[slot].definition, tables_[first + slot]);
+        const unsigned at = first + slot;
+        if (built_ >> at & 1 && tables_[at].definition == slots[slot].definition) return true;
+        buildDecodeTable(slots[slot].definition, tables_[at]);
+        built_ |= 1u << at;
+        paired_ &= ~(1u << at);
         return true;
     }
 
+    unsigned built_ = 0, paired_ = 0;  // a bit for each table
     WorkArray<DecodeTable> tables_;
 };
 

@@ -6,8 +6,9 @@
 
 namespace orn32 {
 
-void colourMediansSse2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count) {
-    ColourMedianRows<WordLanes>(rows, size).medians(result, count);
+void colourMediansSse2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
+                       RowsAhead ahead) {
+    ColourMedianRows<WordLanes>(rows, size, ahead).medians(result, count);
 }
 
 std::uint16_t selectedBlueRed(const ColourRow* rows, unsigned size, unsigned x) {

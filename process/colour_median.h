@@ -7,17 +7,20 @@
 
 #include <cstdint>
 
-#include "process/colour_planes.h"
+#include "process/filter_engine.h"
 
 namespace orn32 {
 
 constexpr unsigned largestMedianSize = 11;
 
 // The medians of count neighbourhoods of size x size in as many rows. Reads rows and writes the result in
-// sixteens of pixels. The second one needs AVX2.
-using ColourMedians = void (*)(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count);
-void colourMediansSse2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count);
-void colourMediansAvx2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count);
+// sixteens of pixels, and brings the rows ahead into the cache. The second one needs AVX2.
+using ColourMedians = void (*)(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
+                               RowsAhead ahead);
+void colourMediansSse2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
+                       RowsAhead ahead);
+void colourMediansAvx2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
+                       RowsAhead ahead);
 
 // The blue and red of the pixel that quickselect finds in the neighbourhood that begins at column x.
 std::uint16_t selectedBlueRed(const ColourRow* rows, unsigned size, unsigned x);

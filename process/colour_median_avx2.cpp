@@ -5,8 +5,9 @@
 
 namespace orn32 {
 
-void colourMediansAvx2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count) {
-    ColourMedianRows<WideWordLanes>(rows, size).medians(result, count);
+void colourMediansAvx2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
+                       RowsAhead ahead) {
+    ColourMedianRows<WideWordLanes>(rows, size, ahead).medians(result, count);
     _mm256_zeroupper();
 }
 

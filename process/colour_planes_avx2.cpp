@@ -30,13 +30,12 @@ void split(ColourRow row, unsigned x, const std::uint8_t* bgr) {
     const __m256i first = _mm256_shuffle_epi8(halves(half(bgr), half(bgr + 24)), halves(widening, widening));
     const __m256i second = _mm256_shuffle_epi8(halves(half(bgr + 12), half(bgr + 32)),
                                                halves(widening, _mm_add_epi8(widening, laterBy4)));
-    const __m256i blueRed =
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 2, -1, -1, 4, 6, -1, -1, 8, 10, -1, -1, 12, 14, -1, -1));
+    const __m256i blueRed = _mm256_set1_epi32(0x00FF00FF);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(row.brightness + x),
                         _mm256_packs_epi32(brightness(first), brightness(second)));
     _mm256_storeu_si256(
         reinterpret_cast<__m256i*>(row.blueRed + x),
-        _mm256_packus_epi32(_mm256_shuffle_epi8(first, blueRed), _mm256_shuffle_epi8(second, blueRed)));
+        _mm256_packus_epi16(_mm256_and_si256(first, blueRed), _mm256_and_si256(second, blueRed)));
 }
 
 }  // namespace
@@ -49,6 +48,24 @@ void splitColoursAvx2(ColourRow row, const std::uint8_t* bgr, unsigned count) {
         std::memcpy(rest, bgr + std::size_t{3} * x, std::size_t{3} * (count - x));
         split(row, x, rest);
     }
+    _mm256_zeroupper();
+}
+
+void copyColoursAvx2(std::uint8_t* to, const std::uint8_t* from, unsigned count) {
+    constexpr std::size_t width = sizeof(__m256i);
+    const std::size_t size = std::size_t{3} * count;
+    if (size < width) {
+        std::memcpy(to, from, size);
+        return;
+    }
+    const auto copy = [=](std::size_t i) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + i)));
+    };
+    copy(0);
+    for (std::size_t i = width - reinterpret_cast<std::size_t>(to) % width; i < size - width; i += width)
+        copy(i);
+    copy(size - width);
     _mm256_zeroupper();
 }
 

@@ -42,10 +42,10 @@ struct ColourFormat {
     static void store(std::uint8_t* destination, unsigned firstBit, std::uint8_t* result, unsigned count);
 };
 
-// The same for filters that use AVX2 themselves: rows by turns in AVX2 and in SSE2 take up to twice the time
-// of either.
+// The same for filters that use AVX2 themselves: SSE2 code among it would be slow until leaveAvx2.
 struct ColourFormatAvx2 : ColourFormat {
     static void load(Row row, const std::uint8_t* source, unsigned firstBit, unsigned radius, unsigned count);
+    static void store(std::uint8_t* destination, unsigned firstBit, std::uint8_t* result, unsigned count);
 };
 
 // Calls each(row, column) for the nine places of a 3 x 3 neighbourhood in the order in which ties are
@@ -58,19 +58,29 @@ void forNine(Each each) {
     (std::make_integer_sequence<unsigned, 9>());
 }
 
+// The next row that will be read and the next one that will be written.
+struct RowsAhead {
+    const std::uint8_t* source = nullptr;
+    const std::uint8_t* destination = nullptr;
+};
+
 // The buffered rows, the topmost first, and a row for the filter's result.
 template <class Format>
 class NeighbourRows {
  public:
     NeighbourRows(unsigned columns, unsigned size) : size_(size) {
         const std::size_t pixels = (std::size_t{columns} + 15) / 16 * 16;
-        const std::size_t rowPixels = pixels + (size + 15) / 16 * 16, rowBytes = rowPixels * Format::rowBytes;
-        const std::size_t bytes = rowBytes * size + pixels * Format::resultBytes + 16;
+        // Rows that lie a little off a multiple of 4 kB apart would compete for the same lines of the cache.
+        const std::size_t rowPixels = (pixels + (size + 15) / 16 * 16 + 159) / 512 * 512 + 352;
+        const std::size_t rowBytes = rowPixels * Format::rowBytes;
+        const std::size_t bytes = rowBytes * size + pixels * Format::resultBytes + 16 + cacheLine;
         memory_ = WorkArray<std::uint8_t>(MemoryEntry::second, bytes);
         if (!memory_) return;
         std::fill_n(memory_.get(), bytes, std::uint8_t{0});
-        for (unsigned i = 0; i < size; i++) rows_[i] = Format::at(memory_.get() + rowBytes * i, rowPixels);
-        result_ = memory_.get() + rowBytes * size;
+        std::uint8_t* const first =
+            memory_.get() + (0 - reinterpret_cast<std::size_t>(memory_.get())) % cacheLine;
+        for (unsigned i = 0; i < size; i++) rows_[i] = Format::at(first + rowBytes * i, rowPixels);
+        result_ = first + rowBytes * size;
     }
     explicit operator bool() const { return static_cast<bool>(memory_); }
 
@@ -84,6 +94,8 @@ class NeighbourRows {
     }
 
  private:
+    static constexpr std::size_t cacheLine = 64;  // registers read from two lines take longer
+
     unsigned size_;
     WorkArray<std::uint8_t> memory_;
     typename Format::Row rows_[largestNeighbourhood];
@@ -94,6 +106,8 @@ class NeighbourRows {
 // smaller. Source and destination may be the same area. The filter has
 //   bool prepare(unsigned columns, unsigned size)                      false: no memory
 //   void row(const Format::Row* rows, std::uint8_t* result, unsigned count)
+// and, if it fetches rows into the cache while it works on others,
+//   void expect(RowsAhead ahead)                                       before each row
 // Returns 0, ERR_ARGUMENT (size), ERR_BITS (bit counts differ), ERR_RANGE (the area is smaller than the
 // neighbourhood), ERR_MEMORY.
 template <class Format, class Filter>
@@ -112,6 +126,7 @@ template <class Format, class Filter>
         Format::load(window.advance(), from[y], from.bit(), radius, area.width);
         if (pass >= radius && y + 1 < area.height) y++;
         if (pass + 1 < size) continue;
+        if constexpr (requires { filter.expect(RowsAhead()); }) filter.expect({from[y], to[pass + 1 - size]});
         filter.row(window.rows(), window.result(), area.width);
         Format::store(to[pass + 1 - size], to.bit(), window.result(), area.width);
     }

@@ -39,13 +39,15 @@ struct SmallLevelMedian {
 struct ColourMedian {
     ColourMedians medians;
     unsigned size = 0;
+    RowsAhead ahead{};
 
     bool prepare(unsigned, unsigned neighbourhood) {
         size = neighbourhood;
         return true;
     }
+    void expect(RowsAhead next) { ahead = next; }
     void row(const ColourRow* rows, std::uint8_t* result, unsigned count) const {
-        medians(rows, size, result, count);
+        medians(rows, size, result, count, ahead);
     }
 };
 
@@ -58,8 +60,12 @@ int median(int size, imgdes* source, imgdes* destination) {
             return filterengine_<LevelFormat>(*source, *destination, SlidingMedian(), size);
         return filterengine_<LevelFormat>(*source, *destination, SmallLevelMedian(), size);
     }
-    if (hasAvx2())
-        return filterengine_<ColourFormatAvx2>(*source, *destination, ColourMedian{colourMediansAvx2}, size);
+    if (hasAvx2()) {
+        const int code =
+            filterengine_<ColourFormatAvx2>(*source, *destination, ColourMedian{colourMediansAvx2}, size);
+        leaveAvx2();
+        return code;
+    }
     return filterengine_<ColourFormat>(*source, *destination, ColourMedian{colourMediansSse2}, size);
 }
 

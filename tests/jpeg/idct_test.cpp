@@ -28,6 +28,26 @@ Input randomInput(Random& random, unsigned last, int magnitude) {
     return input;
 }
 
+// So many rows and columns of a block, wherever they begin.
+template <unsigned rows, unsigned columns, class Transform>
+void expectSameSamples(const Input& input, unsigned last, const std::array<std::uint8_t, 64>& want,
+                       Transform transform) {
+    const std::uint8_t rowsOf[] = {16, 17, 18, 19, 20, 21, 22, 23};
+    const std::uint16_t columnsOf[] = {320, 321, 322, 323, 324, 325, 326, 327};
+    for (unsigned y = 0; y + rows <= 8; y++)
+        for (unsigned x = 0; x + columns <= 8; x++) {
+            std::uint8_t have[rows][columns + 1];
+            for (auto& row : have) row[columns] = 0xA5;
+            transform(
+                input.coefs.data(), input.quant.data(), last,
+                orn32::jpeg::ShownSamples{rowsOf + y, columnsOf + x, rows, columns, have[0], columns + 1});
+            for (unsigned j = 0; j < rows; j++)
+                for (unsigned i = 0; i <= columns; i++)
+                    ASSERT_EQ(have[j][i], i < columns ? want[8 * (y + j) + x + i] : 0xA5)
+                        << rows << "x" << columns << " samples at " << x << "," << y << " last " << last;
+        }
+}
+
 void expectSame(const Input& input, unsigned last) {
     std::uint8_t have[8 * 11];
     std::fill(std::begin(have), std::end(have), std::uint8_t{0xA5});
@@ -36,13 +56,15 @@ void expectSame(const Input& input, unsigned last) {
     for (unsigned y = 0; y < 8; y++)
         for (unsigned x = 0; x < 11; x++)
             ASSERT_EQ(have[11 * y + x], x < 8 ? want[8 * y + x] : 0xA5) << x << "," << y << " last " << last;
-    for (unsigned y = 0; y < 8; y++) {
-        const std::uint16_t columns[] = {16, 17, 18, 19, 20, 21, 22, 23};
-        std::uint8_t row[24];
-        orn32::jpeg::inverseDctSamples(input.coefs.data(), input.quant.data(), last, y, columns, 8, row);
-        for (unsigned x = 0; x < 8; x++)
-            ASSERT_EQ(row[16 + x], want[8 * y + x]) << "single sample " << x << "," << y << " last " << last;
-    }
+    expectSameSamples<8, 8>(input, last, want, [](auto... p) { orn32::jpeg::inverseDctSamples(p...); });
+    expectSameSamples<1, 1>(input, last, want,
+                            [](auto... p) { orn32::jpeg::inverseDctFewSamples<1, 1>(p...); });
+    expectSameSamples<1, 2>(input, last, want,
+                            [](auto... p) { orn32::jpeg::inverseDctFewSamples<1, 2>(p...); });
+    expectSameSamples<2, 1>(input, last, want,
+                            [](auto... p) { orn32::jpeg::inverseDctFewSamples<2, 1>(p...); });
+    expectSameSamples<2, 2>(input, last, want,
+                            [](auto... p) { orn32::jpeg::inverseDctFewSamples<2, 2>(p...); });
 }
 
 }  // namespace

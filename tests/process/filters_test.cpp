@@ -149,7 +149,7 @@ TEST(Median, OfColoursIsTheSameWithAndWithoutAvx2) {
                     way.split(rows.back(), pixels.data(), columns);
                 }
                 std::vector<std::uint8_t> result(std::size_t{3} * room);
-                way.medians(rows.data(), size, result.data(), count);
+                way.medians(rows.data(), size, result.data(), count, {result.data(), result.data()});
                 for (unsigned x = 0; x < count; x++) {
                     Neighbours around;
                     for (unsigned i = 0; i < size * size; i++)
