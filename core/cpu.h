@@ -14,4 +14,15 @@ inline bool hasAvx2() {
 // the system next switches threads.
 void leaveAvx2();
 
+// For the time of work that uses AVX2 where it can.
+class MayUseAvx2 {
+ public:
+    MayUseAvx2() = default;
+    MayUseAvx2(const MayUseAvx2&) = delete;
+    MayUseAvx2& operator=(const MayUseAvx2&) = delete;
+    ~MayUseAvx2() {
+        if (hasAvx2()) leaveAvx2();
+    }
+};
+
 }  // namespace orn32

@@ -2,6 +2,7 @@
 // them.
 #pragma once
 
+#include "core/cpu.h"
 #include "jpeg/block_coder.h"
 #include "jpeg/block_transform.h"
 #include "jpeg/encode_frame.h"
@@ -69,6 +70,7 @@ class McuTransform {
     const EncodeFrame& frame_;
     Quantiser quantisers_[2];
     TransformBlocks transform_;
+    MayUseAvx2 scope_;
 };
 
 }  // namespace orn32::jpeg

@@ -60,12 +60,9 @@ int median(int size, imgdes* source, imgdes* destination) {
             return filterengine_<LevelFormat>(*source, *destination, SlidingMedian(), size);
         return filterengine_<LevelFormat>(*source, *destination, SmallLevelMedian(), size);
     }
-    if (hasAvx2()) {
-        const int code =
-            filterengine_<ColourFormatAvx2>(*source, *destination, ColourMedian{colourMediansAvx2}, size);
-        leaveAvx2();
-        return code;
-    }
+    const MayUseAvx2 scope;
+    if (hasAvx2())
+        return filterengine_<ColourFormatAvx2>(*source, *destination, ColourMedian{colourMediansAvx2}, size);
     return filterengine_<ColourFormat>(*source, *destination, ColourMedian{colourMediansSse2}, size);
 }
 
