@@ -8,7 +8,7 @@ namespace orn32 {
 
 void colourMediansSse2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
                        RowsAhead ahead) {
-    ColourMedianRows<WordLanes>(rows, size, ahead).medians(result, count);
+    ColourMedianRows<WordLanes>(rows, size, result, count, ahead).medians();
 }
 
 std::uint16_t selectedBlueRed(const ColourRow* rows, unsigned size, unsigned x) {

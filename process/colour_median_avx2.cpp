@@ -7,7 +7,7 @@ namespace orn32 {
 
 void colourMediansAvx2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
                        RowsAhead ahead) {
-    ColourMedianRows<WideWordLanes>(rows, size, ahead).medians(result, count);
+    ColourMedianRows<WideWordLanes>(rows, size, result, count, ahead).medians();
     _mm256_zeroupper();
 }
 

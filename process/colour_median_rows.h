@@ -1,7 +1,9 @@
 // Rows of colour medians with registers of any width (lanes.h).
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "process/colour_median.h"
 #include "process/filter_engine.h"
@@ -12,17 +14,18 @@ namespace orn32 {
 template <class Lanes>
 class ColourMedianRows {
  public:
-    ColourMedianRows(const ColourRow* rows, unsigned size, RowsAhead ahead)
-        : rows_(rows), size_(size), ahead_(ahead) {}
+    ColourMedianRows(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
+                     RowsAhead ahead)
+        : rows_(rows), size_(size), result_(result), count_(count), ahead_(ahead) {}
 
-    void medians(std::uint8_t* result, unsigned count) const {
+    void medians() const {
         const auto brightness = [rows = rows_](unsigned y) { return rows[y].brightness; };
         if (size_ == 3)
-            return mediansOfNine<Lanes>(brightness, count, [this, result](unsigned x, V medians) {
-                store(result, x, medians, [](auto each) { forNine(each); });
+            return mediansOfNine<Lanes>(brightness, count_, [this](unsigned x, V medians) {
+                store(x, medians, [](auto each) { forNine(each); });
             });
-        mediansByCounting<Lanes>(brightness, size_, count, [this, result](unsigned x, V medians) {
-            store(result, x, medians, [size = size_](auto each) {
+        mediansByCounting<Lanes>(brightness, size_, count_, [this](unsigned x, V medians) {
+            store(x, medians, [size = size_](auto each) {
                 for (unsigned y = 0; y < size; y++)
                     for (unsigned c = 0; c < size; c++) each(y, c);
             });
@@ -36,7 +39,7 @@ class ColourMedianRows {
     // it. Ones and zeros could be collected by OR instead of as largest bytes, but compilers regroup long
     // chains of OR and run out of registers.
     template <class ForAllNeighbours>
-    void store(std::uint8_t* result, unsigned x, V brightness, ForAllNeighbours forAllNeighbours) const {
+    void store(unsigned x, V brightness, ForAllNeighbours forAllNeighbours) const {
         V most = Lanes::zero(), leastInverted = most;
         forAllNeighbours([&](unsigned y, unsigned c) {
             const V same = Lanes::equal(Lanes::load(rows_[y].brightness + x + c), brightness);
@@ -49,7 +52,17 @@ class ColourMedianRows {
             most = decided(x, most, Lanes::nonZero(Lanes::bitAnd(most, leastInverted)));
         fetch(ahead_.source + 3 * x);
         fetch(ahead_.destination + 3 * x);
-        joinColours<Lanes>(result + 3 * x, brightness, most);
+        write(x, brightness, most);
+    }
+
+    // Nothing behind the last pixel is written.
+    void write(unsigned x, V brightness, V blueRed) const {
+        constexpr unsigned behind = 4;  // bytes
+        std::uint8_t* const pixels = result_ + 3 * x;
+        if (3 * (count_ - x) >= 3 * Lanes::count + behind) return joinColours<Lanes>(pixels, brightness, blueRed);
+        std::uint8_t last[3 * Lanes::count + behind];
+        joinColours<Lanes>(last, brightness, blueRed);
+        std::memcpy(pixels, last, 3 * std::min(count_ - x, Lanes::count));
     }
 
     // Fetching in the midst of computing costs next to nothing; otherwise both ends of a row wait for memory.
@@ -66,6 +79,8 @@ class ColourMedianRows {
 
     const ColourRow* rows_;
     unsigned size_;
+    std::uint8_t* result_;
+    unsigned count_;
     RowsAhead ahead_;
 };
 

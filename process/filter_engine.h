@@ -127,8 +127,13 @@ template <class Format, class Filter>
         if (pass >= radius && y + 1 < area.height) y++;
         if (pass + 1 < size) continue;
         if constexpr (requires { filter.expect(RowsAhead()); }) filter.expect({from[y], to[pass + 1 - size]});
-        filter.row(window.rows(), window.result(), area.width);
-        Format::store(to[pass + 1 - size], to.bit(), window.result(), area.width);
+        std::uint8_t* const destinationRow = to[pass + 1 - size];
+        if constexpr (requires { filter.exactRow(window.rows(), destinationRow, area.width); }) {
+            filter.exactRow(window.rows(), destinationRow, area.width);
+        } else {
+            filter.row(window.rows(), window.result(), area.width);
+            Format::store(destinationRow, to.bit(), window.result(), area.width);
+        }
     }
     return 0;
 }

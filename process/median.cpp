@@ -46,7 +46,7 @@ struct ColourMedian {
         return true;
     }
     void expect(RowsAhead next) { ahead = next; }
-    void row(const ColourRow* rows, std::uint8_t* result, unsigned count) const {
+    void exactRow(const ColourRow* rows, std::uint8_t* result, unsigned count) const {
         medians(rows, size, result, count, ahead);
     }
 };
