@@ -55,14 +55,15 @@ class ColourMedianRows {
         write(x, brightness, most);
     }
 
-    // Nothing behind the last pixel is written.
+    // Joined pixels spill into those of the next register, but not behind the last ones.
     void write(unsigned x, V brightness, V blueRed) const {
-        constexpr unsigned behind = 4;  // bytes
+        constexpr unsigned spilled = 4;
+        const unsigned left = 3 * (count_ - x);
         std::uint8_t* const pixels = result_ + 3 * x;
-        if (3 * (count_ - x) >= 3 * Lanes::count + behind) return joinColours<Lanes>(pixels, brightness, blueRed);
-        std::uint8_t last[3 * Lanes::count + behind];
+        if (left >= 3 * Lanes::count + spilled) return joinColours<Lanes>(pixels, brightness, blueRed);
+        std::uint8_t last[3 * Lanes::count + spilled];
         joinColours<Lanes>(last, brightness, blueRed);
-        std::memcpy(pixels, last, 3 * std::min(count_ - x, Lanes::count));
+        std::memcpy(pixels, last, std::min(left, 3 * Lanes::count));
     }
 
     // Fetching in the midst of computing costs next to nothing; otherwise both ends of a row wait for memory.

@@ -20,9 +20,6 @@ struct ColourRow {
 void splitColoursSse2(ColourRow row, const std::uint8_t* bgr, unsigned count);
 void splitColoursAvx2(ColourRow row, const std::uint8_t* bgr, unsigned count);
 
-// Copies count pixels. Needs AVX2.
-void copyColoursAvx2(std::uint8_t* to, const std::uint8_t* from, unsigned count);
-
 // Writes a pixel for every word, and 4 bytes behind them that mean nothing.
 template <class Lanes>
 [[gnu::always_inline]] inline void joinColours(std::uint8_t* bgr, typename Lanes::V brightness,

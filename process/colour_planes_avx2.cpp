@@ -51,22 +51,4 @@ void splitColoursAvx2(ColourRow row, const std::uint8_t* bgr, unsigned count) {
     _mm256_zeroupper();
 }
 
-void copyColoursAvx2(std::uint8_t* to, const std::uint8_t* from, unsigned count) {
-    constexpr std::size_t width = sizeof(__m256i);
-    const std::size_t size = std::size_t{3} * count;
-    if (size < width) {
-        std::memcpy(to, from, size);
-        return;
-    }
-    const auto copy = [=](std::size_t i) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i),
-                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + i)));
-    };
-    copy(0);
-    for (std::size_t i = width - reinterpret_cast<std::size_t>(to) % width; i < size - width; i += width)
-        copy(i);
-    copy(size - width);
-    _mm256_zeroupper();
-}
-
 }  // namespace orn32

@@ -70,8 +70,4 @@ void ColourFormat::store(std::uint8_t* destination, unsigned, std::uint8_t* resu
     std::memcpy(destination, result, std::size_t{3} * count);
 }
 
-void ColourFormatAvx2::store(std::uint8_t* destination, unsigned, std::uint8_t* result, unsigned count) {
-    copyColoursAvx2(destination, result, count);
-}
-
 }  // namespace orn32

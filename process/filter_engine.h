@@ -45,7 +45,6 @@ struct ColourFormat {
 // The same for filters that use AVX2 themselves: SSE2 code among it would be slow until leaveAvx2.
 struct ColourFormatAvx2 : ColourFormat {
     static void load(Row row, const std::uint8_t* source, unsigned firstBit, unsigned radius, unsigned count);
-    static void store(std::uint8_t* destination, unsigned firstBit, std::uint8_t* result, unsigned count);
 };
 
 // Calls each(row, column) for the nine places of a 3 x 3 neighbourhood in the order in which ties are
@@ -106,6 +105,8 @@ class NeighbourRows {
 // smaller. Source and destination may be the same area. The filter has
 //   bool prepare(unsigned columns, unsigned size)                      false: no memory
 //   void row(const Format::Row* rows, std::uint8_t* result, unsigned count)
+// or, if it writes not a byte more than the pixels, so that the destination can take them without a copy,
+//   void exactRow(const Format::Row* rows, std::uint8_t* destination, unsigned count)
 // and, if it fetches rows into the cache while it works on others,
 //   void expect(RowsAhead ahead)                                       before each row
 // Returns 0, ERR_ARGUMENT (size), ERR_BITS (bit counts differ), ERR_RANGE (the area is smaller than the
@@ -127,12 +128,12 @@ template <class Format, class Filter>
         if (pass >= radius && y + 1 < area.height) y++;
         if (pass + 1 < size) continue;
         if constexpr (requires { filter.expect(RowsAhead()); }) filter.expect({from[y], to[pass + 1 - size]});
-        std::uint8_t* const destinationRow = to[pass + 1 - size];
-        if constexpr (requires { filter.exactRow(window.rows(), destinationRow, area.width); }) {
-            filter.exactRow(window.rows(), destinationRow, area.width);
+        std::uint8_t* const line = to[pass + 1 - size];
+        if constexpr (requires { filter.exactRow(window.rows(), line, area.width); }) {
+            filter.exactRow(window.rows(), line, area.width);
         } else {
             filter.row(window.rows(), window.result(), area.width);
-            Format::store(destinationRow, to.bit(), window.result(), area.width);
+            Format::store(line, to.bit(), window.result(), area.width);
         }
     }
     return 0;

@@ -21,7 +21,7 @@ template <class Lanes>
 class SortedColumns {
  public:
     using V = typename Lanes::V;
-    static constexpr unsigned most = 256;
+    static constexpr unsigned most = 512;  // more, and they push the rows out of the cache
 
     // Reads count columns from left on, and up to a register more.
     template <class RowAt>

@@ -148,13 +148,13 @@ TEST(Median, OfColoursIsTheSameWithAndWithoutAvx2) {
                     const GuardedBytes pixels(std::vector(bgr, bgr + 3 * columns));
                     way.split(rows.back(), pixels.data(), columns);
                 }
-                std::vector<std::uint8_t> result(std::size_t{3} * room);
+                const GuardedBytes result(std::size_t{3} * count);
                 way.medians(rows.data(), size, result.data(), count, {result.data(), result.data()});
                 for (unsigned x = 0; x < count; x++) {
                     Neighbours around;
                     for (unsigned i = 0; i < size * size; i++)
                         around.push_back(image.pixel(int(x + i % size), int(i / size)));
-                    const std::uint8_t* const bgr = &result[std::size_t{3} * x];
+                    const std::uint8_t* const bgr = result.data() + std::size_t{3} * x;
                     ASSERT_EQ(unsigned(bgr[0] | bgr[1] << 8 | bgr[2] << 16), plainMedian(24, 0, around))
                         << "size " << size << ", " << count << " columns, column " << x << ", way "
                         << &way - ways.data();
