@@ -13,8 +13,8 @@ namespace orn32 {
 
 constexpr unsigned largestMedianSize = 11;
 
-// The medians of count neighbourhoods of size x size in as many rows. Reads rows in sixteens of pixels, writes
-// exactly count pixels, and brings the rows ahead into the cache. The second one needs AVX2.
+// The medians of count neighbourhoods of size x size in as many rows. Reads rows in sixteens of pixels,
+// writes exactly count pixels, and brings the rows ahead into the cache. The second one needs AVX2.
 using ColourMedians = void (*)(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
                                RowsAhead ahead);
 void colourMediansSse2(const ColourRow* rows, unsigned size, std::uint8_t* result, unsigned count,
