@@ -57,7 +57,7 @@ void forNine(Each each) {
     (std::make_integer_sequence<unsigned, 9>());
 }
 
-// The next row that will be read and the next one that will be written.
+// The next row that will be read, and the one after that which is written now.
 struct RowsAhead {
     const std::uint8_t* source = nullptr;
     const std::uint8_t* destination = nullptr;
@@ -127,8 +127,10 @@ template <class Format, class Filter>
         Format::load(window.advance(), from[y], from.bit(), radius, area.width);
         if (pass >= radius && y + 1 < area.height) y++;
         if (pass + 1 < size) continue;
-        if constexpr (requires { filter.expect(RowsAhead()); }) filter.expect({from[y], to[pass + 1 - size]});
-        std::uint8_t* const line = to[pass + 1 - size];
+        const unsigned row = pass + 1 - size;
+        std::uint8_t* const line = to[row];
+        if constexpr (requires { filter.expect(RowsAhead()); })
+            filter.expect({from[y], to[std::min(row + 1, area.height - 1)]});
         if constexpr (requires { filter.exactRow(window.rows(), line, area.width); }) {
             filter.exactRow(window.rows(), line, area.width);
         } else {
