@@ -6,6 +6,7 @@
 // pixel x is element x + c of a row. Rows may be read, and the result may be written, in sixteens of pixels.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -57,7 +58,7 @@ void forNine(Each each) {
     (std::make_integer_sequence<unsigned, 9>());
 }
 
-// The next row that will be read, and the one after that which is written now.
+// The row that will be read next, and the one that will be written after the one at work.
 struct RowsAhead {
     const std::uint8_t* source = nullptr;
     const std::uint8_t* destination = nullptr;
