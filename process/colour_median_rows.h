@@ -1,7 +1,6 @@
 // Rows of colour medians with registers of any width (lanes.h).
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -63,7 +62,7 @@ class ColourMedianRows {
         if (left >= 3 * Lanes::count + spilled) return joinColours<Lanes>(pixels, brightness, blueRed);
         std::uint8_t last[3 * Lanes::count + spilled];
         joinColours<Lanes>(last, brightness, blueRed);
-        std::memcpy(pixels, last, std::min(left, 3 * Lanes::count));
+        std::memcpy(pixels, last, left < 3 * Lanes::count ? left : 3 * Lanes::count);
     }
 
     // Fetching in the midst of computing costs next to nothing; otherwise both ends of a row wait for memory.
