@@ -28,6 +28,7 @@ struct Coding {
     bool progressive;
     int restartRows;
     int quality;
+    unsigned width = photograph().width, height = photograph().height;  // from the middle
 };
 
 Bytes encode(const Picture& picture, const Coding& coding) {
@@ -38,8 +39,8 @@ Bytes encode(const Picture& picture, const Coding& coding) {
     unsigned char* buffer = nullptr;
     unsigned long size = 0;
     jpeg_mem_dest(&c, &buffer, &size);
-    c.image_width = picture.width;
-    c.image_height = picture.height;
+    c.image_width = coding.width;
+    c.image_height = coding.height;
     c.input_components = 3;
     c.in_color_space = JCS_EXT_BGR;
     jpeg_set_defaults(&c);
@@ -51,7 +52,8 @@ Bytes encode(const Picture& picture, const Coding& coding) {
     if (coding.progressive) jpeg_simple_progression(&c);
     jpeg_start_compress(&c, TRUE);
     while (c.next_scanline < c.image_height) {
-        auto* row = const_cast<JSAMPROW>(picture.row(c.next_scanline));
+        const unsigned x = (picture.width - coding.width) / 2, y = (picture.height - coding.height) / 2;
+        auto* row = const_cast<JSAMPROW>(picture.row(y + c.next_scanline) + std::size_t{3} * x);
         jpeg_write_scanlines(&c, &row, 1);
     }
     jpeg_finish_compress(&c);
@@ -92,17 +94,18 @@ Work load(const Coding& coding, unsigned scale = 8) {
     keepInput(coding.name, *file);
     const auto pixels = std::make_shared<Bytes>();
     decode(*file, scale, *pixels);
-    return {[=] { decode(*file, scale, *pixels); }, photograph().pixelCount()};
+    return {[=] { decode(*file, scale, *pixels); }, 1.0 * coding.width * coding.height};
 }
 
-constexpr Coding cases[] = {{"420.jpg", 3, 2, 2, false, 0, 85},
-                            {"422.jpg", 3, 2, 1, false, 0, 85},
-                            {"444.jpg", 3, 1, 1, false, 0, 85},
-                            {"grey.jpg", 1, 1, 1, false, 0, 85},
-                            {"420-best.jpg", 3, 2, 2, false, 0, 95},
-                            {"420-restarts.jpg", 3, 2, 2, false, 1, 85},
-                            {"420-progressive.jpg", 3, 2, 2, true, 0, 85},
-                            {"grey-progressive.jpg", 1, 1, 1, true, 0, 85}};
+const Coding cases[] = {{"420.jpg", 3, 2, 2, false, 0, 85},
+                        {"422.jpg", 3, 2, 1, false, 0, 85},
+                        {"444.jpg", 3, 1, 1, false, 0, 85},
+                        {"grey.jpg", 1, 1, 1, false, 0, 85},
+                        {"420-best.jpg", 3, 2, 2, false, 0, 95},
+                        {"420-restarts.jpg", 3, 2, 2, false, 1, 85},
+                        {"420-progressive.jpg", 3, 2, 2, true, 0, 85},
+                        {"grey-progressive.jpg", 1, 1, 1, true, 0, 85},
+                        {"420-small.jpg", 3, 2, 2, false, 0, 85, 160, 120}};
 
 std::string version() {
     return "libjpeg-turbo " + std::to_string(LIBJPEG_TURBO_VERSION_NUMBER / 1000000) + "." +
@@ -123,6 +126,7 @@ const Rows rows(version(), BENCH_LIBJPEG_CODE,
                  {"jpeg/load/420/restarts", 1, [] { return load(cases[5]); }},
                  {"jpeg/load/420/progressive", 1, [] { return load(cases[6]); }},
                  {"jpeg/load/grey/progressive", 1, [] { return load(cases[7]); }},
+                 {"jpeg/load/420/small", 1, [] { return load(cases[8]); }},
                  {"jpeg/load/420/eighth", 0, [] { return load(cases[0], 1); }}});
 
 }  // namespace
