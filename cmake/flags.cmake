@@ -11,7 +11,7 @@ target_compile_options(orn32_flags INTERFACE
 # gcc 12 packs scalars into vectors by way of the stack, which is slower than leaving them; and loops gain or lose
 # up to half their speed by where they happen to lie, unless functions begin with a line of the cache.
 target_compile_options(orn32_flags INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-tree-slp-vectorize>
-                       $<$<CONFIG:Release>:-falign-functions=64;-falign-loops=32:16>)
+                       $<$<AND:$<CONFIG:Release>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-falign-functions=64;-falign-loops=32:16>)
 # clang counts signedness among the conversions, gcc does not.
 target_compile_options(orn32_flags INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>)
 target_compile_definitions(orn32_flags INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0501

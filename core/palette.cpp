@@ -115,7 +115,7 @@ extern "C" int ORNAPI isgrayscaleimage(const imgdes* image) {
 }
 
 extern "C" int ORNAPI updatebitmapcolortable(imgdes* image) {
-    if (!image->hbitmap || !image->palcolors) return 0;
+    if (!image->hbitmap || !image->palcolors || !image->palette) return 0;
     const ScreenContext context;
     if (!context.memory()) return ERR_MEMORY;
     const HGDIOBJ previous = SelectObject(context.memory(), image->hbitmap);

@@ -153,7 +153,7 @@ void ORNAPI CreateDefaultPalette_(imgdes *image);
 /* 1 if the palette is exactly the default grey one for the bit count (or a marked 16-bit image), else 0. */
 int ORNAPI isgrayscaleimage(const imgdes *image);
 
-/* Copies the palette into the DIB section's colour table, if there is one. Returns 0 or ERR_MEMORY. */
+/* Copies the palette into the DIB section's colour table, if there are both. Returns 0 or ERR_MEMORY. */
 int ORNAPI updatebitmapcolortable(imgdes *image);
 
 /*

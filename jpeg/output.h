@@ -51,14 +51,14 @@ class Output {
         std::ptrdiff_t stride;  // from one row of samples to the next
         const std::uint16_t* quant;
         WorkArray<std::uint8_t> samples;
-        WorkArray<std::uint16_t> sampleOf;     // per shown column: the sample it is taken from
-        WorkArray<std::uint16_t> firstColumn;  // per block column, and one more: the first shown one in it
-        WorkArray<std::uint8_t> line;          // a row of samples, one for each pixel shown
-        std::uint8_t sampleRow[tallestMcu];    // per row of the MCU: the row of samples it is taken from
-        std::uint8_t rows[tallestMcu];         // per shown row: the row of samples it is taken from
-        unsigned firstRow[maxComponents + 1];  // per block row of the MCU: the first shown one in it
-        unsigned lineRow;                      // row of samples that line holds
-        bool direct;                           // rows of samples are used as they are
+        WorkArray<std::uint16_t> sampleOf;      // per shown column: the sample it is taken from
+        WorkArray<std::uint16_t> firstColumn;   // per block column, and one more: the first shown one in it
+        WorkArray<std::uint8_t> line;           // a row of samples, one for each pixel shown
+        std::uint8_t sampleRow[tallestMcu];     // per row of the MCU: the row of samples it is taken from
+        std::uint8_t rows[tallestMcu];          // per shown row: the row of samples it is taken from
+        unsigned firstRow[tallestMcu / 8 + 1];  // per block row, and one more: the first shown one in it
+        unsigned lineRow;                       // row of samples that line holds
+        bool direct;                            // rows of samples are used as they are
     };
     static constexpr unsigned noRow = ~0u;
 

@@ -26,8 +26,9 @@ class RgbDetour {
 
 // Runs operation(arguments..., rgb, rgb), which returns a result code, in place on the source's area of a
 // 24-bit copy of source, then brings the whole copy to destination with a new palette of 256 colours. source
-// must be a palette image with a header (isColourPaletteImage); its palette, area and all of destination are
-// checked here. A failure before the way back leaves destination untouched.
+// must be a palette image with a header (isColourPaletteImage); its palette and area, and destination but for
+// its area, which plays no part, are checked on the way. A failure before the way back leaves destination
+// untouched.
 template <class Operation, class... Arguments>
 [[nodiscard]] int viargb_(Operation operation, imgdes* source, imgdes* destination, Arguments... arguments) {
     static_assert(sizeof...(Arguments) <= 3);

@@ -38,12 +38,13 @@ TEST(AllocImage, DescribesTheNewImage) {
                  {4, 7, 8, 8, 4, 256, 1}, {5, 2, 16, 16, 12, 0, 1}, {5, 9, 24, 24, 16, 0, 0}};
     for (const auto& c : cases)
         for (const bool section : {false, true}) {
+            SCOPED_TRACE(std::to_string(c.width) + "x" + std::to_string(c.bits));
             imgdes image = filledRecord();
             ASSERT_EQ((section ? allocimage : allocDIB)(&image, c.width, c.height, c.bits), 0);
             const BITMAPINFOHEADER want = {
                 40, LONG(c.width), LONG(c.height), 1, WORD(c.gotBits), 0, c.rowBytes * c.height, 0,
                 0,  c.colours,     c.colours};
-            EXPECT_EQ(std::memcmp(image.header, &want, sizeof want), 0) << c.width << "x" << c.bits;
+            EXPECT_EQ(std::memcmp(image.header, &want, sizeof want), 0);
             EXPECT_EQ(areaOf(image), (Area{0, 0, c.width - 1, c.height - 1}));
             EXPECT_EQ(std::tuple(image.rowbytes, image.palcolors, image.imgkind),
                       std::tuple(c.rowBytes, int(c.colours), c.kind));
@@ -136,7 +137,8 @@ TEST(ImageArea, GoesToARectAndBackUnchanged) {
 }
 
 TEST(CheckRange, TestsInOrderAndRepairsSwappedEdges) {
-    const auto expect = [](int code, void (*spoil)(imgdes&)) {
+    const auto expect = [](int code, void (*spoil)(imgdes&), int line = __builtin_LINE()) {
+        SCOPED_TRACE("called in line " + std::to_string(line));
         TestImage image(20, 10, 8);
         const BITMAPINFOHEADER good = *image->header;
         imgdes record = image.image;

@@ -193,6 +193,7 @@ TEST_F(View, WhatCannotBeDrawnIsRefused) {
     for (const auto& c : cases) {
         surface_.clear();
         HPALETTE palette = reinterpret_cast<HPALETTE>(1);
+        SCOPED_TRACE("case " + std::to_string(&c - cases));
         EXPECT_EQ(orn32::viewOnDepth({window_, surface_.dc(), &palette}, c.depth, {0, 0}, c.image, {0, 0}, 0),
                   c.code);
         EXPECT_EQ(palette, nullptr);

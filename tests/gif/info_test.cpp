@@ -175,7 +175,8 @@ TEST(GifPalette, TakesTheFramesOwnTableElseTheGlobalOneElseNone) {
         EXPECT_EQ(c.frame == whole    ? loadgifpalettefrombuffer(source.data(), palette)
                   : c.frame == global ? loadgifglobalpalettefrombuffer(source.data(), palette)
                                       : loadgifframepalettefrombuffer(source.data(), palette, c.frame),
-                  c.colours);
+                  c.colours)
+            << "frame " << c.frame;
         for (int i = 0; i < 256; i++) {
             const int entry = i < c.colours ? (c.firstRed + i) << 16 | 2 * i << 8 | 3 * i : 0x11111111;
             ASSERT_EQ(fields(palette[i])[0], entry) << "frame " << c.frame << ", entry " << i;

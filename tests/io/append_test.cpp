@@ -30,8 +30,9 @@ TEST(FileTail, TakesOtherBytesInPlaceOfTheLast) {
     const Bytes old = {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'}, fresh = {'x', 'y', 'z'};
     for (const auto& [dropped, length] : {std::pair{0u, 3u}, {1u, 3u}, {10u, 2u}, {4u, 0u}}) {
         writeFile(file.name(), old);
-        EXPECT_EQ(replaceTail(file, dropped, fresh, length), 0);
-        EXPECT_EQ(readFile(file.name()), slice(old, 0, 10 - dropped) + slice(fresh, 0, length));
+        EXPECT_EQ(replaceTail(file, dropped, fresh, length), 0) << dropped << " by " << length;
+        EXPECT_EQ(readFile(file.name()), slice(old, 0, 10 - dropped) + slice(fresh, 0, length))
+            << dropped << " by " << length;
     }
 }
 

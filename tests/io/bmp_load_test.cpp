@@ -2,6 +2,7 @@
 
 #include <array>
 #include <tuple>
+#include <utility>
 
 #include "orn32.h"
 #include "tests/support/bmp_builder.h"
@@ -112,7 +113,8 @@ TEST(BmpLoad, FileAndImageMustAgree) {
         writeFile(onDisk.name(), file.build());
         TestImage image(4, 3, imageBits);
         for (const int have : {load(file.build(), image), loadbmp(onDisk.name(), image)})
-            EXPECT_EQ(have, code) << bits << " bits, compression " << compression << " into " << imageBits;
+            EXPECT_EQ(have, code) << width << " pixels of " << bits << " bits, compression " << compression
+                                  << " into " << imageBits;
     };
     for (const auto& [fileBits, imageBits] :
          {std::pair{4, 1}, {4, 24}, {1, 8}, {24, 8}, {16, 8}, {32, 16}, {2, 8}, {0, 24}, {64, 24}})
@@ -198,6 +200,15 @@ TEST(BmpLoad, ColoursFollowTheFile) {
     EXPECT_EQ(image->palette[3].rgbRed, 255);
     EXPECT_EQ(image.sectionColour(1), (Colour{85, 85, 85}));
     EXPECT_EQ(image->palette[0].rgbReserved, 0);
+
+    // A record without a palette takes the pixels alone.
+    RGBQUAD* const palette = std::exchange(image->palette, nullptr);
+    file.pixels[4] = 3;
+    image->palcolors = 77, image->imgkind = 1;
+    EXPECT_EQ(load(file.build(), image), 0);
+    EXPECT_EQ(image.pixel(0, 0), 3u);
+    EXPECT_EQ(std::tuple(image->palcolors, image->imgkind, palette[1].rgbRed), std::tuple(77, 0u, 85));
+    image->palette = palette;
 
     // A 1-bit image has room for two entries, whatever the file holds; its pixels follow at once.
     file.bits = 1;

@@ -31,6 +31,7 @@ TEST(MemoryStream, SixteenStreamsOfEachKindAndNoMore) {
 
 TEST(MemoryStream, HandlesOutsideTheTablesAreRefused) {
     for (const std::intptr_t number : {0, 17, -1}) {
+        SCOPED_TRACE(number);
         const HANDLE handle = reinterpret_cast<HANDLE>(number);
         char byte;
         DWORD n = 5, m = 5;
@@ -142,6 +143,7 @@ TEST(MemoryStream, LaterWritesWinGapsAreZeroAndReservedRoomIsNotPassed) {
                  {0, {}, ERR_MEMORY}};
     for (const auto& c : cases) {
         void* result = nullptr;
+        SCOPED_TRACE("case " + std::to_string(&c - cases));
         EXPECT_EQ(write(c.reserved, c.writes, &result), c.code);
         EXPECT_TRUE(!result || taken(result) == c.bytes);
     }

@@ -260,6 +260,8 @@ TEST(JpegHostile, HugeClaimsAreRefused) {
         stream.resize(find(stream, 0xDA) + 14 + 10);
         TestImage image(4, 32767, 24);
         EXPECT_EQ(load(stream, image), c.want) << c.width << "x" << c.height;
+        EXPECT_EQ(loadjpgthumbnailfrombuffer(GuardedBytes(stream).data(), image, 1), c.want)
+            << c.width << "x" << c.height << ", reduced";
     }
 }
 

@@ -289,6 +289,20 @@ CoefPicture randomPicture(Random& random, unsigned width, unsigned height, const
     return picture;
 }
 
+std::string randomSampling(Random& random) {
+    constexpr unsigned counts[] = {1, 3, 4}, mostBlocks = 10;
+    for (;;) {
+        std::string sampling;
+        unsigned blocks = 0;
+        for (unsigned n = counts[random.below(3)]; n > 0; n--) {
+            const unsigned h = 1 + random.below(4), v = 1 + random.below(4);
+            sampling += (sampling.empty() ? "" : ",") + std::to_string(10 * h + v);
+            blocks += h * v;
+        }
+        if (blocks <= mostBlocks) return sampling;
+    }
+}
+
 StreamPlan oneScan(const CoefPicture& picture) {
     StreamPlan plan;
     std::vector<unsigned>& all = plan.scans.emplace_back().components;

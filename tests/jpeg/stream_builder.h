@@ -38,6 +38,9 @@ CoefPicture makePicture(unsigned width, unsigned height, const std::string& samp
 CoefPicture randomPicture(Random& random, unsigned width, unsigned height, const std::string& sampling,
                           bool wild = false);
 
+// Any sampling of one, three or four components whose MCU is not too large.
+std::string randomSampling(Random& random);
+
 struct ScanPlan {
     std::vector<unsigned> components;
     unsigned ss = 0, se = 63, ah = 0, al = 0;

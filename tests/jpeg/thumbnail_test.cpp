@@ -13,8 +13,8 @@ using namespace test;
 namespace {
 
 Bytes streamWith(const Bytes& segments, const CoefPicture& picture, Random& random,
-                 bool isProgressive = false) {
-    StreamPlan plan = isProgressive ? progressiveScans(picture) : oneScan(picture);
+                 StreamPlan (*scans)(const CoefPicture&) = oneScan) {
+    StreamPlan plan = scans(picture);
     plan.segments = segments;
     return encode(picture, plan, random);
 }
@@ -25,6 +25,10 @@ Bytes triples(const std::vector<unsigned>& colours) {
     for (const unsigned colour : colours)
         for (const int c : {2, 1, 0}) bytes.push_back(std::uint8_t(channel(colour, c)));
     return bytes;
+}
+
+Colours coloursOf(std::size_t components) {
+    return components == 1 ? Colours::grey : components == 3 ? Colours::ycbcr : Colours::ycck;
 }
 
 }  // namespace
@@ -96,35 +100,81 @@ TEST(JpegThumbnail, WithoutAStoredOneThePictureIsSampled) {
                         {"JPEG-coded", jfxx(0x10, 8, 6), 0},
                         {"unknown extension", jfif(0, 8, 6) + jfxx(0x12, 8, 6), 0},
                         {"no width", jfif(0, 8, 6) + jfxx(0x11, 0, 6, Bytes(800)), 0}};
-    constexpr const char* samplings[] = {"11",       "11,11,11", "21,11,11",   "22,11,11",
-                                         "41,11,11", "12,21,11", "22,11,11,22"};
-    for (unsigned round = 0; round < 150; round++) {
-        const char* const sampling = samplings[random.below(7)];
+    constexpr const char* samplings[] = {"11", "11,11,11", "21,11,11", "22,11,11"};
+    constexpr StreamPlan (*scans[])(const CoefPicture&) = {oneScan, progressiveScans, separateScans};
+    for (unsigned round = 0; round < 300; round++) {
+        const std::string sampling = random.oneIn(2) ? samplings[random.below(4)] : randomSampling(random);
         const auto& start = starts[round % 5];
+        const unsigned side = random.oneIn(2) ? 150 : 40;
         const CoefPicture picture =
-            randomPicture(random, 1 + random.below(150), 1 + random.below(150), sampling);
+            randomPicture(random, 1 + random.below(side), 1 + random.below(side), sampling, random.oneIn(4));
         const std::size_t n = picture.components.size();
-        TestImage image(1 + random.below(170), 1 + random.below(170), n == 1 ? 8 : 24);
+        TestImage image(side + 20, side + 20, n == 1 ? 8 : 24);
         image.randomArea(random);
         const unsigned aw = unsigned(image.areaWidth()), ah = unsigned(image.areaHeight());
         unsigned width = aw, height = picture.height * aw / picture.width;
         if (picture.width * ah / picture.height < aw)
             width = picture.width * ah / picture.height, height = ah;
         width = std::min(width, picture.width), height = std::min(height, picture.height);
-        const GuardedBytes source(streamWith(start.segments, picture, random, random.oneIn(3)));
+        const GuardedBytes source(streamWith(start.segments, picture, random, scans[random.below(3)]));
         const int code = loadjpgthumbnailfrombuffer(source.data(), image, start.mode);
         SCOPED_TRACE(std::string(start.name) + ", " + sampling + ", " + std::to_string(picture.width) + "x" +
                      std::to_string(picture.height) + " into " + image.describe());
         ASSERT_EQ(code, width && height ? 0 : ERR_RANGE);
         if (code) continue;
         const PlainPlanes planes = decodePlainly(picture);
-        const Colours colours = n == 1 ? Colours::grey : n == 3 ? Colours::ycbcr : Colours::ycck;
         const Grid want(int(aw), int(ah), [&](unsigned x, unsigned y) {
             if (x >= width || y >= height) return 0u;
-            return plainPixel(planes, colours, x * picture.width / width, y * picture.height / height);
+            return plainPixel(planes, coloursOf(n), x * picture.width / width, y * picture.height / height);
         });
         ASSERT_EQ(areaPixels(image, int(aw), int(ah)).pixels, want.pixels);
     }
+}
+
+// A load shows whole MCUs, all of them if only the end mark is missing, and leaves the rest as it was; a
+// reduced one has samples of that.
+TEST(JpegThumbnail, OfACutFileHasTheSamplesThatALoadShows) {
+    Random random(6);
+    int cuts = 0;
+    for (unsigned round = 0; round < 300; round++) {
+        const CoefPicture picture =
+            randomPicture(random, 1 + random.below(70), 1 + random.below(70), randomSampling(random));
+        Bytes stream = streamWith({}, picture, random);
+        const std::size_t scan = find(stream, 0xDA);
+        const bool isMarkMissing = random.oneIn(3);
+        stream.resize(isMarkMissing ? stream.size() - 2
+                                    : scan + 14 + random.below(unsigned(stream.size() - scan - 14)));
+        const GuardedBytes source(stream);
+        const std::size_t n = picture.components.size();
+        const unsigned bits = n == 1 ? 8 : 24;
+        TestImage whole(picture.width, picture.height, bits), reduced(picture.width, picture.height, bits);
+        for (TestImage* image : {&whole, &reduced})
+            std::memset(image->image.bits, 0xA5, image->image.header->biSizeImage);
+        reduced->right = random.below(picture.width);
+        const unsigned width = unsigned(reduced.areaWidth()), height = picture.height * width / picture.width;
+        if (height == 0) continue;
+        const int code = loadjpgfrombuffer(source.data(), whole);
+        const int reducedCode = loadjpgthumbnailfrombuffer(source.data(), reduced, 1);
+        SCOPED_TRACE("round " + std::to_string(round) + ", " + whole.describe() + " into " +
+                     reduced.describe());
+        ASSERT_TRUE(reducedCode == code || reducedCode == 0) << reducedCode << " and " << code;
+        ASSERT_TRUE(!isMarkMissing || code == 0) << code;
+        const PlainPlanes planes = decodePlainly(picture);
+        for (unsigned y = 0; y < picture.height; y++)
+            for (unsigned x = 0; x < picture.width; x++) {
+                const unsigned have = whole.pixel(int(x), int(y));
+                ASSERT_TRUE(have == plainPixel(planes, coloursOf(n), x, y) ||
+                            (code != 0 && have == (n == 1 ? 0xA5 : 0xA5A5A5)))
+                    << x << "," << y;
+            }
+        for (unsigned y = 0; y < height; y++)
+            for (unsigned x = 0; x < width; x++)
+                ASSERT_EQ(reduced.pixel(int(x), int(y)),
+                          whole.pixel(int(x * picture.width / width), int(y * picture.height / height)))
+                    << x << "," << y;
+        cuts += reducedCode == ERR_TRUNCATED;
+    }
+    EXPECT_GT(cuts, 80);
 }
 
 TEST(JpegStoredThumbnail, ACutOneIsATruncation) {

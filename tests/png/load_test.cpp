@@ -113,6 +113,8 @@ TEST(LoadPng, AnImageOfOtherBitsIsRefusedBeforeAnythingIsStored) {
             TestImage image(9, 9, bits);
             const Bytes before = image.bytes();
             const imgdes record = image.image;
+            SCOPED_TRACE("type " + std::to_string(kind.type) + ", depth " + std::to_string(kind.depth) +
+                         " into " + std::to_string(bits) + " bits");
             EXPECT_EQ(load(fileOf(picture, random), image), ERR_BITS);
             EXPECT_EQ(image.bytes(), before);
             EXPECT_EQ(std::memcmp(&record, &image.image, sizeof record), 0);
@@ -126,6 +128,7 @@ TEST(LoadPng, GreyFilesGiveTheGreyPaletteAndColourFilesNone) {
         TestImage image(9, 9, picture.dibBits(), true), fresh(9, 9, picture.dibBits());
         image.randomisePalette(random);
         image->imgkind |= 6;
+        SCOPED_TRACE("type " + std::to_string(kind.type) + ", depth " + std::to_string(kind.depth));
         ASSERT_EQ(load(fileOf(picture, random), image), 0);
         EXPECT_EQ(image->imgkind, kind.type == 2 ? 6u : 7u);
         EXPECT_EQ(image->palcolors, fresh->palcolors);

@@ -98,6 +98,7 @@ TEST(SavePng, KindAndPaletteFollowTheImage) {
                  {colours, headerChunk(5, 5, 8, 3), palette},
                  {bits, headerChunk(5, 5, 1, 3), {0, 0, 0, 255, 255, 255}}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.image.describe());
         const Bytes file = saved(c.image, 0);
         EXPECT_EQ(typesOf(file), c.palette.empty() ? "IHDR pHYs IDAT IEND " : "IHDR PLTE pHYs IDAT IEND ");
         EXPECT_EQ(find(file, "IHDR").at(0), c.header.data);
@@ -105,7 +106,7 @@ TEST(SavePng, KindAndPaletteFollowTheImage) {
     }
     for (const auto& [count, bytes] : {std::pair{300, 768u}, {-1, 0u}}) {
         colours->palcolors = count;
-        EXPECT_EQ(find(saved(colours, 0), "PLTE").at(0).size(), bytes);
+        EXPECT_EQ(find(saved(colours, 0), "PLTE").at(0).size(), bytes) << count;
     }
 }
 

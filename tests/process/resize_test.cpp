@@ -96,6 +96,7 @@ TEST(Resize, AgreesWithThePlainVersionOverRandomAreas) {
         const auto run = [&](imgdes* s, imgdes* d) { return orn32::resizeimage_(s, d, mode); };
         ASSERT_TRUE(pair.becomes(run, wanted)) << "mode " << mode << ", levels " << isLevels;
         ASSERT_TRUE(!isSmooth || bits == 24 ||
-                    paletteBytes(pair.destination.image) == paletteBytes(pair.source.image));
+                    paletteBytes(pair.destination.image) == paletteBytes(pair.source.image))
+            << "round " << round;
     }
 }

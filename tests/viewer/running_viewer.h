@@ -45,7 +45,6 @@ class Viewer : public testing::Test {
     void send(UINT message, WPARAM parameter) { SendMessageW(window_, message, parameter, 0); }
     void command(ornview::Command id) { send(WM_COMMAND, id); }
     void begin(ornview::Command id) { PostMessageW(window_, WM_COMMAND, id, 0); }  // one that asks something
-    void press(int key) { send(WM_KEYDOWN, static_cast<WPARAM>(key)); }
     void expectTitle(const std::string& want);  // soon, and with the program's name behind it
     // The picture with its point (x, y) in the window's corner; a small one in the middle. Soon.
     void expectShown(const TestImage& image, int x = 0, int y = 0);

@@ -124,7 +124,7 @@ BOOL VirtualFree(void* address, UINT, DWORD) {
 HANDLE CreateFileA(const char* name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD, HANDLE) {
     if (!name) return INVALID_HANDLE_VALUE;
     const bool reads = access & GENERIC_READ, writes = access & GENERIC_WRITE;
-    int flags = reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY;
+    int flags = O_LARGEFILE | (reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY);
     if (disposition == CREATE_ALWAYS) flags |= O_CREAT | O_TRUNC;
     std::string path = name;
     std::replace(path.begin(), path.end(), '\\', '/');
