@@ -107,9 +107,8 @@ class NeighbourRows {
 //   bool prepare(unsigned columns, unsigned size)                      false: no memory
 //   void row(const Format::Row* rows, std::uint8_t* result, unsigned count)
 // or, if it writes not a byte more than the pixels, so that the destination can take them without a copy,
-//   void exactRow(const Format::Row* rows, std::uint8_t* destination, unsigned count)
-// and, if it fetches rows into the cache while it works on others,
-//   void expect(RowsAhead ahead)                                       before each row
+//   void exactRow(const Format::Row* rows, std::uint8_t* destination, unsigned count, RowsAhead ahead)
+// which may fetch the rows ahead into the cache meanwhile.
 // Returns 0, ERR_ARGUMENT (size), ERR_BITS (bit counts differ), ERR_RANGE (the area is smaller than the
 // neighbourhood), ERR_MEMORY.
 template <class Format, class Filter>
@@ -130,10 +129,9 @@ template <class Format, class Filter>
         if (pass + 1 < size) continue;
         const unsigned row = pass + 1 - size;
         std::uint8_t* const line = to[row];
-        if constexpr (requires { filter.expect(RowsAhead()); })
-            filter.expect({from[y], to[std::min(row + 1, area.height - 1)]});
-        if constexpr (requires { filter.exactRow(window.rows(), line, area.width); }) {
-            filter.exactRow(window.rows(), line, area.width);
+        const RowsAhead ahead = {from[y], to[std::min(row + 1, area.height - 1)]};
+        if constexpr (requires { filter.exactRow(window.rows(), line, area.width, ahead); }) {
+            filter.exactRow(window.rows(), line, area.width, ahead);
         } else {
             filter.row(window.rows(), window.result(), area.width);
             Format::store(line, to.bit(), window.result(), area.width);

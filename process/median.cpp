@@ -39,14 +39,12 @@ struct SmallLevelMedian {
 struct ColourMedian {
     ColourMedians medians;
     unsigned size = 0;
-    RowsAhead ahead{};
 
     bool prepare(unsigned, unsigned neighbourhood) {
         size = neighbourhood;
         return true;
     }
-    void expect(RowsAhead next) { ahead = next; }
-    void exactRow(const ColourRow* rows, std::uint8_t* result, unsigned count) const {
+    void exactRow(const ColourRow* rows, std::uint8_t* result, unsigned count, RowsAhead ahead) const {
         medians(rows, size, result, count, ahead);
     }
 };
