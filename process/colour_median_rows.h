@@ -18,37 +18,52 @@ class ColourMedianRows {
         : rows_(rows), size_(size), result_(result), count_(count), ahead_(ahead) {}
 
     void medians() const {
-        const auto brightness = [rows = rows_](unsigned y) { return rows[y].brightness; };
+        // Three rows are held by value, as is all that store needs: behind a pointer it could be what writing
+        // pixels changes, and would be looked up again for every register.
         if (size_ == 3)
-            return mediansOfNine<Lanes>(brightness, count_, [this](unsigned x, V medians) {
-                store(x, medians, [](auto each) { forNine(each); });
+            return mediansOfNine([top = rows_[0], middle = rows_[1], bottom = rows_[2]](unsigned y) {
+                return y == 0 ? top : y == 1 ? middle : bottom;
             });
-        mediansByCounting<Lanes>(brightness, size_, count_, [this](unsigned x, V medians) {
-            store(x, medians, [size = size_](auto each) {
+        mediansByCounting([rows = rows_](unsigned y) { return rows[y]; });
+    }
+
+ private:
+    using V = typename Lanes::V;
+
+    template <class RowAt>
+    void mediansOfNine(RowAt rowAt) const {
+        const auto brightness = [rowAt](unsigned y) { return rowAt(y).brightness; };
+        orn32::mediansOfNine<Lanes>(brightness, count_, [self = *this, rowAt](unsigned x, V medians) {
+            self.store(x, medians, rowAt, [](auto each) { forNine(each); });
+        });
+    }
+
+    template <class RowAt>
+    void mediansByCounting(RowAt rowAt) const {
+        const auto brightness = [rowAt](unsigned y) { return rowAt(y).brightness; };
+        orn32::mediansByCounting<Lanes>(brightness, size_, count_, [this, rowAt](unsigned x, V medians) {
+            store(x, medians, rowAt, [size = size_](auto each) {
                 for (unsigned y = 0; y < size; y++)
                     for (unsigned c = 0; c < size; c++) each(y, c);
             });
         });
     }
 
- private:
-    using V = typename Lanes::V;
-
     // Joins the brightness of the neighbourhoods from column x on with blue and red of the pixels that have
     // it. Ones and zeros could be collected by OR instead of as largest bytes, but compilers regroup long
     // chains of OR and run out of registers.
-    template <class ForAllNeighbours>
-    void store(unsigned x, V brightness, ForAllNeighbours forAllNeighbours) const {
+    template <class RowAt, class ForAllNeighbours>
+    void store(unsigned x, V brightness, RowAt rowAt, ForAllNeighbours forAllNeighbours) const {
         V most = Lanes::zero(), leastInverted = most;
         forAllNeighbours([&](unsigned y, unsigned c) {
-            const V same = Lanes::equal(Lanes::load(rows_[y].brightness + x + c), brightness);
-            const V blueRed = Lanes::bitAnd(same, Lanes::load(rows_[y].blueRed + x + c));
+            const V same = Lanes::equal(Lanes::load(rowAt(y).brightness + x + c), brightness);
+            const V blueRed = Lanes::bitAnd(same, Lanes::load(rowAt(y).blueRed + x + c));
             most = Lanes::higherBytes(most, blueRed);
             leastInverted = Lanes::higherBytes(leastInverted, Lanes::bitXor(same, blueRed));
         });
         // A bit that is in both: they are not of one colour.
         if (Lanes::shareBits(most, leastInverted))
-            most = decided(x, most, Lanes::nonZero(Lanes::bitAnd(most, leastInverted)));
+            most = decided(rows_, size_, x, most, Lanes::nonZero(Lanes::bitAnd(most, leastInverted)));
         fetch(ahead_.source + 3 * x);
         fetch(ahead_.destination + 3 * x);
         write(x, brightness, most);
@@ -69,11 +84,12 @@ class ColourMedianRows {
     static void fetch(const std::uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 
     // Replaces the words whose two bits in undecided are set.
-    [[gnu::noinline]] V decided(unsigned x, V blueRed, unsigned undecided) const {
+    [[gnu::noinline]] static V decided(const ColourRow* rows, unsigned size, unsigned x, V blueRed,
+                                       unsigned undecided) {
         std::uint16_t words[Lanes::count];
         Lanes::store(words, blueRed);
         for (unsigned i = 0; i < Lanes::count; i++)
-            if (undecided >> 2 * i & 1) words[i] = selectedBlueRed(rows_, size_, x + i);
+            if (undecided >> 2 * i & 1) words[i] = selectedBlueRed(rows, size, x + i);
         return Lanes::load(words);
     }
 
