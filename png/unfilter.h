@@ -31,4 +31,9 @@ constexpr unsigned rowsTogether = 16;
 // were.
 bool unfilterTogether(const Rows& rows, std::size_t bytes);
 
+// Turns back the first count bytes of the second and the third row, if they have the same filter, which is
+// not None or Up, if the first row's is filterNone, and if step is 3 or 4; their filter bytes are then
+// filterNone. Up to 8 bytes behind the third row are read.
+bool unfilterTwo(const Rows& rows, std::size_t count, unsigned step);
+
 }  // namespace orn32::png

@@ -39,12 +39,13 @@ void storePixel(std::uint8_t* p, __m128i pixel) {
 }
 
 // Each turns the filtered pixel x back. Pixels are loaded into, and stored from, the form that suits it;
-// start is a pixel of zeros.
+// start is a pixel of zeros. In the same form two pixels of up to 4 bytes can be side by side.
 struct Sub {
     static __m128i start() { return _mm_setzero_si128(); }
     static __m128i load(__m128i pixel) { return pixel; }
     static __m128i loadUp(__m128i pixel) { return pixel; }
     static __m128i store(__m128i pixel) { return pixel; }
+    static __m128i beside(__m128i a, __m128i b) { return _mm_unpacklo_epi32(a, b); }
     static __m128i undo(__m128i x, __m128i left, __m128i, __m128i) { return _mm_add_epi8(x, left); }
 };
 
@@ -56,6 +57,7 @@ struct Average {
     static __m128i load(__m128i pixel) { return pixel; }
     static __m128i loadUp(__m128i pixel) { return complement(pixel); }
     static __m128i store(__m128i pixel) { return complement(pixel); }
+    static __m128i beside(__m128i a, __m128i b) { return _mm_unpacklo_epi32(a, b); }
     static __m128i undo(__m128i x, __m128i left, __m128i up, __m128i) {
         return _mm_sub_epi8(_mm_avg_epu8(left, up), x);
     }
@@ -66,6 +68,7 @@ struct Paeth {
     static __m128i load(__m128i pixel) { return _mm_unpacklo_epi8(pixel, _mm_setzero_si128()); }
     static __m128i loadUp(__m128i pixel) { return load(pixel); }
     static __m128i store(__m128i pixel) { return _mm_packus_epi16(pixel, pixel); }
+    static __m128i beside(__m128i a, __m128i b) { return _mm_unpacklo_epi64(a, b); }
     static __m128i undo(__m128i x, __m128i left, __m128i up, __m128i upLeft) {
         return paethPlus(x, left, up, upLeft);
     }
@@ -109,6 +112,43 @@ void undo(std::uint8_t* row, const std::uint8_t* previous, std::size_t count, un
     }
 }
 
+// A pixel of the upper row and, beside it, the one of the lower row that is below its left neighbour: what is
+// above that one has just been turned back, and both take the time of one.
+template <class Guess, unsigned step>
+void undoTwoRows(std::uint8_t* upper, std::uint8_t* lower, const std::uint8_t* previous, std::size_t count) {
+    const auto load = [&](std::size_t at) {
+        return Guess::load(
+            _mm_unpacklo_epi32(loadPixel<step>(upper + at), loadPixel<step>(lower + at - step)));
+    };
+    const auto lowerOf = [](__m128i both) { return _mm_srli_epi64(both, 32); };
+    const std::uint8_t behind = upper[count];  // the last pixel is stored with it
+    __m128i up = Guess::loadUp(loadPixel<step>(previous)), x = load(step);
+    __m128i left = Guess::undo(Guess::load(loadPixel<step>(upper)), Guess::start(), up, Guess::start());
+    storePixelAndMore<step>(upper, Guess::store(left));
+    left = Guess::beside(left, Guess::start());
+    __m128i upLeft = Guess::beside(up, Guess::start());
+    for (std::size_t at = step; at < count; at += step) {
+        const __m128i next = load(at + step);
+        up = Guess::beside(Guess::loadUp(loadPixel<step>(previous + at)), left);
+        left = Guess::undo(x, left, up, upLeft);
+        upLeft = up;
+        const __m128i both = Guess::store(left);
+        storePixelAndMore<step>(upper + at, both);
+        storePixelAndMore<step>(lower + at - step, lowerOf(both));
+        x = next;
+    }
+    upper[count] = behind;
+    left = Guess::undo(x, left, Guess::beside(up, left), upLeft);
+    storePixel<step>(lower + count - step, lowerOf(Guess::store(left)));
+}
+
+template <class Guess>
+void undoTwo(std::uint8_t* upper, std::uint8_t* lower, const std::uint8_t* previous, std::size_t count,
+             unsigned step) {
+    step == 3 ? undoTwoRows<Guess, 3>(upper, lower, previous, count)
+              : undoTwoRows<Guess, 4>(upper, lower, previous, count);
+}
+
 void undoUp(std::uint8_t* row, const std::uint8_t* previous, std::size_t count) {
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {
@@ -141,6 +181,28 @@ void unfilter(unsigned filter, std::uint8_t* row, const std::uint8_t* previous, 
         case filterPaeth:
             return undo<Paeth, false>(row, previous, count, step);
     }
+}
+
+bool unfilterTwo(const Rows& rows, std::size_t count, unsigned step) {
+    if (count == 0 || (step != 3 && step != 4) || rows.count < 3) return false;
+    std::uint8_t *const previous = rows.first, *upper = previous + rows.stride, *lower = upper + rows.stride;
+    const std::uint8_t filter = *upper;
+    if (*previous != filterNone || *lower != filter) return false;
+    switch (filter) {
+        case filterSub:
+            undoTwo<Sub>(upper + 1, lower + 1, previous + 1, count, step);
+            break;
+        case filterAverage:
+            undoTwo<Average>(upper + 1, lower + 1, previous + 1, count, step);
+            break;
+        case filterPaeth:
+            undoTwo<Paeth>(upper + 1, lower + 1, previous + 1, count, step);
+            break;
+        default:
+            return false;
+    }
+    *upper = *lower = filterNone;
+    return true;
 }
 
 }  // namespace orn32::png
