@@ -27,7 +27,8 @@ class Loader {
           width_(std::min(areaSize(image).width, info.width)),
           height_(std::min(areaSize(image).height, info.height)),
           convert_(converterFor(format_, std::uint64_t{height_} * image.rowbytes)),
-          rows_(in, data, bytesFor(info.width, info.bitsperpixel)) {}
+          rows_(in, data, bytesFor(info.width, info.bitsperpixel),
+                rowsTogetherFor(filterStep(info.bitsperpixel))) {}
 
     void run() {
         const Passes passes = passesOf(info_.interlaced);

@@ -20,8 +20,9 @@ constexpr std::uint32_t slackBytes = 16;
 
 }  // namespace
 
-RowSource::RowSource(InputStream& in, const Place& data, std::uint64_t longest)
+RowSource::RowSource(InputStream& in, const Place& data, std::uint64_t longest, unsigned together)
     : capacity_(2 * (longest + 1) + aheadBytes),
+      together_(together),
       buffer_(MemoryEntry::second, capacity_ + slackBytes),
       data_(in, data),
       zlib_(emptyStream()),
@@ -62,7 +63,7 @@ Rows RowSource::atHand(std::uint32_t length, std::uint32_t rowsLeft) const {
 bool RowSource::isLow(std::uint64_t rowBytes) const {
     if (available() < rowBytes) return true;
     const auto used = static_cast<std::uint64_t>(next_ - buffer_.get());
-    return *next_ != filterNone && available() < rowsTogether * rowBytes && used > capacity_ / 2;
+    return *next_ != filterNone && available() < together_ * rowBytes && used > capacity_ / 2;
 }
 
 void RowSource::finish() {

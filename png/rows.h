@@ -16,8 +16,9 @@ namespace orn32::png {
 
 class RowSource {
  public:
-    // longest is the bytes of the longest row, without its filter byte.
-    RowSource(InputStream& in, const Place& data, std::uint64_t longest);
+    // longest is the bytes of the longest row, without its filter byte; together, how many rows the caller
+    // likes to have at hand.
+    RowSource(InputStream& in, const Place& data, std::uint64_t longest, unsigned together);
     ~RowSource();
     RowSource(const RowSource&) = delete;
     RowSource& operator=(const RowSource&) = delete;
@@ -50,6 +51,7 @@ class RowSource {
     std::uint32_t lastInputBytes() const;
 
     std::uint64_t capacity_;
+    unsigned together_;
     WorkArray<std::uint8_t> buffer_;
     DataChunks data_;
     z_stream zlib_;

@@ -23,7 +23,11 @@ struct Rows {
     std::size_t stride;  // from a row's filter byte to the next one's
 };
 
+// The most rows that are turned back at once, and how many that are for a step.
 constexpr unsigned rowsTogether = 16;
+constexpr unsigned rowsTogetherFor(unsigned step) {
+    return step == 1 ? rowsTogether : step == 3 || step == 4 ? 2 : 1;
+}
 
 // Turns back the first `bytes` of up to rowsTogether rows with a step of 1, if that is faster at once than
 // one by one; their filter bytes are then filterNone. The first row has zeros above it, or has been turned
