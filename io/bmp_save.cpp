@@ -69,8 +69,8 @@ class Writer {
     // Rows that lie in memory as they will in the file are written from there.
     void writePlainRows(std::uint8_t* buffer, unsigned rowsAtOnce) {
         const AreaRows area(image_);
-        const bool asInFile = area.bit() == 0 && rowLength_ == image_.rowbytes &&
-                              size_.width * image_.header->biBitCount == rowLength_ * 8;
+        const bool asInFile =
+            rowLength_ == image_.rowbytes && size_.width * image_.header->biBitCount == rowLength_ * 8;
         for (unsigned left = size_.height; left > 0;) {
             const unsigned n = std::min(left, rowsAtOnce);
             if (!asInFile)

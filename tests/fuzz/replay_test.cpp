@@ -52,14 +52,14 @@ void change(Bytes& file, const Bytes& other, Random& random) {
     const std::uint32_t length = random.oneIn(2) ? 1 : 1 + random.below(std::min(size - at, 64u));
     const auto from = file.begin() + at, to = from + length;
     const Bytes piece(from, to);
-    const auto change = random.below(7);
-    if (change == 0) std::fill_n(from, std::min(length, 4u), marks[random.below(sizeof marks)]);
-    if (change == 1) *from = random.byte();
-    if (change == 2) *from ^= static_cast<std::uint8_t>(1 << random.below(8));
-    if (change == 3) file.erase(from, to);
-    if (change == 4) file.insert(file.begin() + random.below(size), piece.begin(), piece.end());
-    if (change == 5) std::copy_n(other.begin(), std::min<std::size_t>(length, other.size()), from);
-    if (change == 6) file.resize(at);
+    const auto kind = random.below(7);
+    if (kind == 0) std::fill_n(from, std::min(length, 4u), marks[random.below(sizeof marks)]);
+    if (kind == 1) *from = random.byte();
+    if (kind == 2) *from ^= static_cast<std::uint8_t>(1 << random.below(8));
+    if (kind == 3) file.erase(from, to);
+    if (kind == 4) file.insert(file.begin() + random.below(size), piece.begin(), piece.end());
+    if (kind == 5) std::copy_n(other.begin(), std::min<std::size_t>(length, other.size()), from);
+    if (kind == 6) file.resize(at);
 }
 
 class Replay : public testing::TestWithParam<Entry> {};

@@ -174,7 +174,8 @@ TEST(FilterEngine, TakesSizesFromThreeToSixtyThree) {
     for (const auto& [k, size] : {std::pair{3, 3}, {4, 3}, {62, 61}, {63, 63}, {2, 0}, {-3, 0}, {64, 0}}) {
         int seen = 0;
         EXPECT_EQ(orn32::filterengine_<orn32::LevelFormat>(image.image, image.image, Count{&seen}, k),
-                  size ? 0 : ERR_ARGUMENT);
-        EXPECT_EQ(seen, size);
+                  size ? 0 : ERR_ARGUMENT)
+            << k;
+        EXPECT_EQ(seen, size) << k;
     }
 }

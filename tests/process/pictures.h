@@ -53,11 +53,8 @@ inline std::vector<std::uint8_t> paletteBytes(const imgdes& image) {
 }
 
 // Pixels of the picture where its area begins.
-inline unsigned areaPixel(const TestImage& image, int x, int y) {
-    return image.pixel(int(image.image.left) + x, int(image.image.top) + y);
-}
 inline Grid areaPixels(const TestImage& image, int width, int height) {
-    return {width, height, [&](int x, int y) { return areaPixel(image, x, y); }};
+    return {width, height, [&](int x, int y) { return image.areaPixel(x, y); }};
 }
 inline Grid wholePicture(const TestImage& image) {
     return {image.width(), image.height(), [&](int x, int y) { return image.pixel(x, y); }};
@@ -71,7 +68,7 @@ inline Grid coloursOf(const TestImage& image, Grid grid) {
     return grid;
 }
 
-// Puts pixels at the area's top-left corner.
+// Puts pixels at the area's top-left corner, beyond the area as well.
 inline void put(TestImage& image, const Grid& grid) {
     for (int y = 0; y < grid.height; y++)
         for (int x = 0; x < grid.width; x++)
@@ -247,7 +244,7 @@ struct Pair {
             for (; read.height < rows; read.height++)
                 for (int x = 0; x < w; x++)
                     read.pixels.push_back(
-                        areaPixel(source, x, std::clamp(read.height - reach.above, 0, h - 1)));
+                        source.areaPixel(x, std::clamp(read.height - reach.above, 0, h - 1)));
         };
         for (int y = 0; y < h; y++) {
             readTo(isOne() ? y + 1 + around : h + around);
