@@ -64,8 +64,7 @@ class Loader {
         if (row[0] == filterNone) return;
         const unsigned bits = info_.bitsperpixel, step = filterStep(bits);
         const std::size_t bytes = static_cast<std::size_t>(bytesFor(columns, bits));
-        const Rows rows = rows_.atHand(length, rowsLeft);
-        if (step == 1 ? unfilterTogether(rows, bytes) : unfilterTwo(rows, bytes, step)) return;
+        if (unfilterTogether(rows_.atHand(length, rowsLeft), bytes, step)) return;
         unfilter(row[0], row + 1, rows_.previous(), bytes, step);
         row[0] = filterNone;
     }

@@ -29,15 +29,16 @@ constexpr unsigned rowsTogetherFor(unsigned step) {
     return step == 1 ? rowsTogether : step == 3 || step == 4 ? 2 : 1;
 }
 
-// Turns back the first `bytes` of up to rowsTogether rows with a step of 1, if that is faster at once than
-// one by one; their filter bytes are then filterNone. The first row has zeros above it, or has been turned
-// back already and its filter byte says so. Up to 16 bytes behind the last row are read, and stored as they
-// were.
-bool unfilterTogether(const Rows& rows, std::size_t bytes);
+// Turns back the first `bytes` of some rows, if they can be at once and that is faster than one by one; their
+// filter bytes are then filterNone. Otherwise returns false and touches nothing.
+//   step 1     all rows; the first has zeros above it, or has been turned back already and its filter byte
+//              says so. Up to 16 bytes behind the last row are read, and stored as they were.
+//   step 3, 4  the second and the third row, if the first has been turned back already and they have one
+//              filter, Sub, Average or Paeth. Up to 8 bytes behind the third row are read.
+bool unfilterTogether(const Rows& rows, std::size_t bytes, unsigned step);
 
-// Turns back the first count bytes of the second and the third row, if they have the same filter, which is
-// not None or Up, if the first row's is filterNone, and if step is 3 or 4; their filter bytes are then
-// filterNone. Up to 8 bytes behind the third row are read.
-bool unfilterTwo(const Rows& rows, std::size_t count, unsigned step);
+// Its two ways.
+bool unfilterWavefront(const Rows& rows, std::size_t bytes);
+bool unfilterTwo(const Rows& rows, std::size_t bytes, unsigned step);
 
 }  // namespace orn32::png

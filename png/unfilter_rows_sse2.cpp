@@ -171,7 +171,7 @@ constexpr unsigned costTogether = 20;
 
 }  // namespace
 
-bool unfilterTogether(const Rows& rows, std::size_t bytes) {
+bool unfilterWavefront(const Rows& rows, std::size_t bytes) {
     unsigned cost = 0;
     Mixture mixture = {};
     for (unsigned r = 0; r < rows.count; r++) {

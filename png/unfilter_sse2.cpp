@@ -183,26 +183,31 @@ void unfilter(unsigned filter, std::uint8_t* row, const std::uint8_t* previous, 
     }
 }
 
-bool unfilterTwo(const Rows& rows, std::size_t count, unsigned step) {
-    if (count == 0 || (step != 3 && step != 4) || rows.count < 3) return false;
+bool unfilterTwo(const Rows& rows, std::size_t bytes, unsigned step) {
+    if (bytes == 0 || rows.count < 3) return false;
     std::uint8_t *const previous = rows.first, *upper = previous + rows.stride, *lower = upper + rows.stride;
     const std::uint8_t filter = *upper;
     if (*previous != filterNone || *lower != filter) return false;
     switch (filter) {
         case filterSub:
-            undoTwo<Sub>(upper + 1, lower + 1, previous + 1, count, step);
+            undoTwo<Sub>(upper + 1, lower + 1, previous + 1, bytes, step);
             break;
         case filterAverage:
-            undoTwo<Average>(upper + 1, lower + 1, previous + 1, count, step);
+            undoTwo<Average>(upper + 1, lower + 1, previous + 1, bytes, step);
             break;
         case filterPaeth:
-            undoTwo<Paeth>(upper + 1, lower + 1, previous + 1, count, step);
+            undoTwo<Paeth>(upper + 1, lower + 1, previous + 1, bytes, step);
             break;
         default:
             return false;
     }
     *upper = *lower = filterNone;
     return true;
+}
+
+bool unfilterTogether(const Rows& rows, std::size_t bytes, unsigned step) {
+    if (step == 1) return unfilterWavefront(rows, bytes);
+    return rowsTogetherFor(step) == 2 && unfilterTwo(rows, bytes, step);
 }
 
 }  // namespace orn32::png

@@ -18,35 +18,33 @@ class ColourMedianRows {
         : rows_(rows), size_(size), result_(result), count_(count), ahead_(ahead) {}
 
     void medians() const {
-        // Three rows are held by value, as is all that store needs: behind a pointer it could be what writing
-        // pixels changes, and would be looked up again for every register.
-        if (size_ == 3)
-            return mediansOfNine([top = rows_[0], middle = rows_[1], bottom = rows_[2]](unsigned y) {
+        if (size_ == 3) {
+            // The rows are held by value, as is all that store needs: behind a pointer it could be what
+            // writing pixels changes, and would be looked up again for every register.
+            const auto rowAt = [top = rows_[0], middle = rows_[1], bottom = rows_[2]](unsigned y) {
                 return y == 0 ? top : y == 1 ? middle : bottom;
+            };
+            mediansOfNine<Lanes>(brightnessOf(rowAt), count_, [self = *this, rowAt](unsigned x, V medians) {
+                self.store(x, medians, rowAt, [](auto each) { forNine(each); });
             });
-        mediansByCounting([rows = rows_](unsigned y) { return rows[y]; });
+        } else {
+            const auto rowAt = [rows = rows_](unsigned y) { return rows[y]; };
+            mediansByCounting<Lanes>(brightnessOf(rowAt), size_, count_,
+                                     [this, rowAt](unsigned x, V medians) {
+                                         store(x, medians, rowAt, [size = size_](auto each) {
+                                             for (unsigned y = 0; y < size; y++)
+                                                 for (unsigned c = 0; c < size; c++) each(y, c);
+                                         });
+                                     });
+        }
     }
 
  private:
     using V = typename Lanes::V;
 
     template <class RowAt>
-    void mediansOfNine(RowAt rowAt) const {
-        const auto brightness = [rowAt](unsigned y) { return rowAt(y).brightness; };
-        orn32::mediansOfNine<Lanes>(brightness, count_, [self = *this, rowAt](unsigned x, V medians) {
-            self.store(x, medians, rowAt, [](auto each) { forNine(each); });
-        });
-    }
-
-    template <class RowAt>
-    void mediansByCounting(RowAt rowAt) const {
-        const auto brightness = [rowAt](unsigned y) { return rowAt(y).brightness; };
-        orn32::mediansByCounting<Lanes>(brightness, size_, count_, [this, rowAt](unsigned x, V medians) {
-            store(x, medians, rowAt, [size = size_](auto each) {
-                for (unsigned y = 0; y < size; y++)
-                    for (unsigned c = 0; c < size; c++) each(y, c);
-            });
-        });
+    static auto brightnessOf(RowAt rowAt) {
+        return [rowAt](unsigned y) { return rowAt(y).brightness; };
     }
 
     // Joins the brightness of the neighbourhoods from column x on with blue and red of the pixels that have

@@ -64,16 +64,16 @@ struct RowsAhead {
     const std::uint8_t* destination = nullptr;
 };
 
-// The buffered rows, the topmost first, and a row for the filter's result.
+// The buffered rows, the topmost first, and a row for the filter's result of resultBytes per pixel.
 template <class Format>
 class NeighbourRows {
  public:
-    NeighbourRows(unsigned columns, unsigned size) : size_(size) {
+    NeighbourRows(unsigned columns, unsigned size, unsigned resultBytes) : size_(size) {
         const std::size_t pixels = (std::size_t{columns} + 15) / 16 * 16;
         // Rows that lie a little off a multiple of 4 kB apart would compete for the same lines of the cache.
         const std::size_t rowPixels = (pixels + (size + 15) / 16 * 16 + 159) / 512 * 512 + 352;
         const std::size_t rowBytes = rowPixels * Format::rowBytes;
-        const std::size_t bytes = rowBytes * size + pixels * Format::resultBytes + 16 + cacheLine;
+        const std::size_t bytes = rowBytes * size + pixels * resultBytes + 16 + cacheLine;
         memory_ = WorkArray<std::uint8_t>(MemoryEntry::second, bytes);
         if (!memory_) return;
         std::fill_n(memory_.get(), bytes, std::uint8_t{0});
@@ -118,7 +118,10 @@ template <class Format, class Filter>
     const unsigned size = static_cast<unsigned>(k - 1) | 1, radius = size / 2;
     const Size area = commonSize(source, destination);
     if (size > area.width || size > area.height) return ERR_RANGE;
-    NeighbourRows<Format> window(area.width, size);
+    constexpr bool isExact = requires(typename Format::Row * rows, std::uint8_t * line) {
+        filter.exactRow(rows, line, 1u, RowsAhead());
+    };
+    NeighbourRows<Format> window(area.width, size, isExact ? 0 : Format::resultBytes);
     if (!window || !filter.prepare(area.width, size)) return ERR_MEMORY;
 
     const AreaRows from(source), to(destination);
@@ -130,7 +133,7 @@ template <class Format, class Filter>
         const unsigned row = pass + 1 - size;
         std::uint8_t* const line = to[row];
         const RowsAhead ahead = {from[y], to[std::min(row + 1, area.height - 1)]};
-        if constexpr (requires { filter.exactRow(window.rows(), line, area.width, ahead); }) {
+        if constexpr (isExact) {
             filter.exactRow(window.rows(), line, area.width, ahead);
         } else {
             filter.row(window.rows(), window.result(), area.width);
